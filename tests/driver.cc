@@ -1,0 +1,267 @@
+#include "driver.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <vector>
+
+namespace rkt {
+namespace {
+
+struct BlitEntry {
+  std::string name;
+  AnyExport fn;
+  BlitShape shape;
+};
+struct DiffEntry {
+  std::string name;
+  CaseFn fn;
+  int cases;
+};
+
+std::vector<BlitEntry> &Blits() {
+  static std::vector<BlitEntry> v;
+  return v;
+}
+std::vector<DiffEntry> &Diffs() {
+  static std::vector<DiffEntry> v;
+  return v;
+}
+
+uint64_t Hash(const std::string &s) {
+  uint64_t h = 1469598103934665603ull;
+  for (char c : s) h = (h ^ static_cast<uint8_t>(c)) * 1099511628211ull;
+  return h;
+}
+
+const int32_t kExtremes[] = {INT_MIN, INT_MIN + 1, -(1 << 30),  -65536,
+                             65536,   1 << 30,     INT_MAX - 1, INT_MAX};
+
+int32_t Coord(Rng &rng, int32_t lo, int32_t hi) {
+  if (rng.Chance(0.04)) return kExtremes[rng.Range(0, 7)];
+  return static_cast<int32_t>(rng.Range(lo, hi));
+}
+
+// Levels, opacities: the values where the formulas change, and anything else.
+uint32_t Param(Rng &rng) {
+  static const uint32_t kEdges[] = {0,   1,    7,    8,    15,    16,    127,   128,   200,
+                                    248, 255,  256,  263,  264,   271,   300,   511,   512,
+                                    519, 1024, 2048, 8191, 32767, 32768, 65535, 65536, 0xFFFFFFFFu};
+  switch (rng.Range(0, 3)) {
+    case 0:
+      return kEdges[rng.Range(0, sizeof(kEdges) / sizeof(kEdges[0]) - 1)];
+    case 1:
+      return static_cast<uint32_t>(rng.Range(0, 300));
+    case 2:
+      return static_cast<uint32_t>(rng.Range(0, 65535));
+    default:
+      return rng.U32();
+  }
+}
+
+struct BlitCase {
+  RkSurface dst{}, src{}, chan{};
+  int32_t dstX = 0, dstY = 0, srcX = 0, srcY = 0, width = 0, height = 0;
+  int32_t chX = 0, chY = 0;
+  uint32_t a = 0, b = 0;
+  std::string layout;
+};
+
+std::string Describe(const BlitCase &c, const BlitShape &sh) {
+  std::ostringstream o;
+  auto surf = [&](const char *n, const RkSurface &s) {
+    o << n << "{w " << s.width << " h " << s.height << " pitch " << s.pitch << "} ";
+  };
+  o << c.layout << ": ";
+  surf("dst", c.dst);
+  surf("src", c.src);
+  o << "dst(" << c.dstX << "," << c.dstY << ") src(" << c.srcX << "," << c.srcY << ") size "
+    << c.width << "x" << c.height;
+  if (sh.args == Args::kChannel || sh.args == Args::kChannelKey) {
+    o << " ";
+    surf("chan", c.chan);
+    o << "at (" << c.chX << "," << c.chY << ")";
+  }
+  o << " a " << c.a << " b 0x" << std::hex << c.b;
+  return o.str();
+}
+
+void Call(const BlitEntry &e, const BlitCase &c) {
+  using P = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                               int32_t, int32_t, int32_t);
+  using PA = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                int32_t, int32_t, int32_t, uint32_t);
+  using PAB = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                 int32_t, int32_t, int32_t, uint32_t, uint32_t);
+  using PC = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                int32_t, int32_t, int32_t, const RkSurface *, int32_t, int32_t);
+  using PCK =
+      void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t, int32_t,
+                         int32_t, int32_t, const RkSurface *, int32_t, int32_t, uint32_t);
+  switch (e.shape.args) {
+    case Args::kPlain:
+      reinterpret_cast<P>(e.fn)(&c.dst, c.dstX, c.dstY, &c.src, c.srcX, c.srcY, c.width, c.height);
+      break;
+    case Args::kA:
+      reinterpret_cast<PA>(e.fn)(&c.dst, c.dstX, c.dstY, &c.src, c.srcX, c.srcY, c.width, c.height,
+                                 c.a);
+      break;
+    case Args::kKey:
+      reinterpret_cast<PA>(e.fn)(&c.dst, c.dstX, c.dstY, &c.src, c.srcX, c.srcY, c.width, c.height,
+                                 c.b);
+      break;
+    case Args::kAKey:
+      reinterpret_cast<PAB>(e.fn)(&c.dst, c.dstX, c.dstY, &c.src, c.srcX, c.srcY, c.width, c.height,
+                                  c.a, c.b);
+      break;
+    case Args::kChannel:
+      reinterpret_cast<PC>(e.fn)(&c.dst, c.dstX, c.dstY, &c.src, c.srcX, c.srcY, c.width, c.height,
+                                 &c.chan, c.chX, c.chY);
+      break;
+    case Args::kChannelKey:
+      reinterpret_cast<PCK>(e.fn)(&c.dst, c.dstX, c.dstY, &c.src, c.srcX, c.srcY, c.width, c.height,
+                                  &c.chan, c.chX, c.chY, c.b);
+      break;
+  }
+}
+
+bool Keyed(Args a) { return a == Args::kKey || a == Args::kAKey || a == Args::kChannelKey; }
+
+// Picks a key from the source's own pixels and plants it in about a quarter of them.
+uint32_t PlantKey(Rng &rng, const RkSurface &src, int bpp) {
+  uint32_t high = rng.Chance(0.5) ? 0 : rng.U32() & (bpp == 2 ? 0xFFFF0000u : 0xFF000000u);
+  if (src.width <= 0 || src.height <= 0 || rng.Chance(0.1)) return rng.U32();
+  auto at = [&](int32_t x, int32_t y) {
+    return static_cast<uint8_t *>(src.pixels) + int64_t{y} * src.pitch + int64_t{x} * bpp;
+  };
+  uint32_t key = 0;
+  std::memcpy(&key,
+              at(static_cast<int32_t>(rng.Range(0, src.width - 1)),
+                 static_cast<int32_t>(rng.Range(0, src.height - 1))),
+              static_cast<size_t>(bpp == 4 ? 3 : bpp));
+  int planted = static_cast<int>(int64_t{src.width} * src.height / 4);
+  for (int i = 0; i < planted; ++i) {
+    std::memcpy(at(static_cast<int32_t>(rng.Range(0, src.width - 1)),
+                   static_cast<int32_t>(rng.Range(0, src.height - 1))),
+                &key, static_cast<size_t>(bpp == 4 ? 3 : bpp));
+  }
+  return key | high;
+}
+
+std::string RunBlitCase(const BlitEntry &e, Rng &rng) {
+  const BlitShape &sh = e.shape;
+  World w;
+  BlitCase c;
+  bool big = rng.Chance(0.2);
+  int32_t maxW = big ? 150 : 24, maxH = big ? 12 : 6;
+  SurfaceSpec ds = RandomSpec(rng, sh.bpp, maxW, maxH);
+  int layout = static_cast<int>(rng.Range(0, 19));
+  int dbuf = -1;
+  if (layout < 11) {
+    c.layout = "separate";
+    c.dst = NewSurface(w, rng, ds, sh.bpp, true, &dbuf);
+    c.src = NewSurface(w, rng, RandomSpec(rng, sh.bpp, maxW, maxH), sh.bpp, sh.writesSrc);
+  } else if (layout < 16) {
+    c.layout = "same surface";
+    c.dst = NewSurface(w, rng, ds, sh.bpp, true, &dbuf);
+    c.src = c.dst;
+  } else {
+    c.layout = "shared buffer";
+    SurfaceSpec ss = RandomSpec(rng, sh.bpp, maxW, maxH);
+    auto [dlo, dhi] = Owned(ds, sh.bpp);
+    auto [slo, shi] = Owned(ss, sh.bpp);
+    int64_t span = std::max(dhi - dlo, shi - slo) + rng.Range(0, 24);
+    dbuf = w.AddBuffer(rng, static_cast<size_t>(span + 128));
+    c.dst = Place(w, dbuf, ds, sh.bpp, 64 + rng.Range(0, span - (dhi - dlo)), true);
+    c.src = Place(w, dbuf, ss, sh.bpp, 64 + rng.Range(0, span - (shi - slo)), sh.writesSrc);
+  }
+  int32_t room = std::max(1, std::min(std::max(c.dst.width, 1), std::max(c.src.width, 1)));
+  int32_t roomY = std::max(1, std::min(std::max(c.dst.height, 1), std::max(c.src.height, 1)));
+  c.width = Coord(rng, -2, room + 3);
+  c.height = Coord(rng, -2, roomY + 2);
+  c.dstX = Coord(rng, -4, std::max(c.dst.width, 0) + 2);
+  c.dstY = Coord(rng, -3, std::max(c.dst.height, 0) + 2);
+  if (c.layout == "separate" || rng.Chance(0.3)) {
+    c.srcX = Coord(rng, -4, std::max(c.src.width, 0) + 2);
+    c.srcY = Coord(rng, -3, std::max(c.src.height, 0) + 2);
+  } else {  // near the destination, so that rows overlap
+    c.srcX = static_cast<int32_t>(c.dstX + rng.Range(-3, 3));
+    c.srcY = static_cast<int32_t>(c.dstY + rng.Range(-2, 2));
+  }
+  c.a = Param(rng);
+  if (Keyed(sh.args)) c.b = PlantKey(rng, c.src, sh.bpp);
+  if (sh.args == Args::kChannel || sh.args == Args::kChannelKey) {
+    SurfaceSpec cs = RandomSpec(rng, sh.chanElem, maxW + 4, maxH + 3);
+    if (rng.Chance(0.1) && dbuf >= 0) {  // the plane shares the destination's memory
+      auto [lo, hi] = Owned(cs, sh.chanElem);
+      int64_t size = static_cast<int64_t>(w.bufs[static_cast<size_t>(dbuf)].bytes.size());
+      if (hi - lo <= size) {
+        c.chan = Place(w, dbuf, cs, sh.chanElem, rng.Range(0, size - (hi - lo)), false);
+        c.layout += ", channel in dst memory";
+      } else {
+        c.chan = NewSurface(w, rng, cs, sh.chanElem, false);
+      }
+    } else {
+      c.chan = NewSurface(w, rng, cs, sh.chanElem, false);
+    }
+    c.chX = Coord(rng, -3, 4);
+    c.chY = Coord(rng, -2, 3);
+  }
+  std::string why = CompareLevels(w, [&] { Call(e, c); });
+  return why.empty() ? why : why + "\n  case: " + Describe(c, sh);
+}
+
+class DiffTest : public ::testing::Test {
+ public:
+  explicit DiffTest(std::function<std::string(Rng &)> run, std::string name, int cases)
+      : run_(std::move(run)), name_(std::move(name)), cases_(cases) {}
+  void TestBody() override {
+    uint64_t seed = BaseSeed() ^ Hash(name_);
+    int n = CaseCount(cases_);
+    if (std::getenv("RKPIX_TEST_VERBOSE")) std::printf("%s: %d cases\n", name_.c_str(), n);
+    for (int i = 0; i < n; ++i) {
+      Rng rng(seed + static_cast<uint64_t>(i));
+      std::string why = run_(rng);
+      if (!why.empty()) {
+        FAIL() << name_ << " case " << i << " (RKPIX_TEST_SEED=" << BaseSeed() << "): " << why;
+      }
+    }
+  }
+
+ private:
+  std::function<std::string(Rng &)> run_;
+  std::string name_;
+  int cases_;
+};
+
+}  // namespace
+
+bool RegisterBlit(const char *name, AnyExport fn, BlitShape shape) {
+  Blits().push_back({name, fn, shape});
+  return true;
+}
+
+bool RegisterDiff(const char *name, CaseFn fn, int cases) {
+  Diffs().push_back({name, fn, cases});
+  return true;
+}
+
+void RegisterDiffTests() {
+  for (const BlitEntry &e : Blits()) {
+    ::testing::RegisterTest(
+        "Diff", e.name.c_str(), nullptr, nullptr, __FILE__, __LINE__, [e]() -> ::testing::Test * {
+          return new DiffTest([e](Rng &rng) { return RunBlitCase(e, rng); }, e.name, 2000);
+        });
+  }
+  for (const DiffEntry &e : Diffs()) {
+    ::testing::RegisterTest(
+        "Diff", e.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
+        [e]() -> ::testing::Test * { return new DiffTest(e.fn, e.name, e.cases); });
+  }
+}
+
+}  // namespace rkt

@@ -1,0 +1,53 @@
+// The differential driver: every registered export runs on random cases at every
+// available level, each compared byte for byte with the reference walk.
+//
+// A family registers its blits with one line each:
+//   RKT_BLIT(RkTrans16, 2, rkt::Args::kA);                 // bytes a pixel, argument shape
+//   RKT_BLIT(RkTransWithChannel16, 2, rkt::Args::kChannel, 1);  // channel element size
+//   RKT_BLIT(RkLight24, 3, rkt::Args::kA, 0, true);        // writes into its source
+// Other shapes (conversions, zoom) register a case function with RKT_DIFF.
+#pragma once
+
+#include <string>
+
+#include "toolkit.h"
+
+namespace rkt {
+
+// Arguments after (dst, dstX, dstY, src, srcX, srcY, width, height).
+enum class Args {
+  kPlain,       // none
+  kA,           // level or opacity
+  kKey,         // keyColour (the keyed copies)
+  kAKey,        // level or opacity, keyColour
+  kChannel,     // channel, channelX, channelY
+  kChannelKey,  // channel, channelX, channelY, keyColour
+};
+
+struct BlitShape {
+  int bpp;
+  Args args;
+  int chanElem = 0;
+  bool writesSrc = false;
+};
+
+using AnyExport = void (*)();
+bool RegisterBlit(const char *name, AnyExport fn, BlitShape shape);
+
+// A generic differential case: builds a world from `rng`, then calls
+// CompareLevels; returns "" or a report.
+using CaseFn = std::string (*)(Rng &rng);
+bool RegisterDiff(const char *name, CaseFn fn, int cases);
+
+// Registers one gtest per entry (called from main).
+void RegisterDiffTests();
+
+}  // namespace rkt
+
+#define RKT_CAT_(a, b) a##b
+#define RKT_CAT(a, b) RKT_CAT_(a, b)
+#define RKT_BLIT(fn, ...)                                         \
+  static const bool RKT_CAT(rkt_blit_, fn) = ::rkt::RegisterBlit( \
+      #fn, reinterpret_cast<::rkt::AnyExport>(&fn), ::rkt::BlitShape{__VA_ARGS__})
+#define RKT_DIFF(name, fn, cases) \
+  static const bool RKT_CAT(rkt_diff_, name) = ::rkt::RegisterDiff(#name, fn, cases)

@@ -1,0 +1,187 @@
+#include "toolkit.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+
+namespace rkt {
+
+Rng::Rng(uint64_t seed) {
+  for (auto &s : s_) {
+    seed += 0x9E3779B97F4A7C15ull;
+    uint64_t z = seed;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
+    s = z ^ (z >> 31);
+  }
+}
+
+uint64_t Rng::Next() {
+  auto rotl = [](uint64_t x, int k) { return (x << k) | (x >> (64 - k)); };
+  uint64_t result = rotl(s_[1] * 5, 7) * 9;
+  uint64_t t = s_[1] << 17;
+  s_[2] ^= s_[0];
+  s_[3] ^= s_[1];
+  s_[1] ^= s_[2];
+  s_[0] ^= s_[3];
+  s_[2] ^= t;
+  s_[3] = rotl(s_[3], 45);
+  return result;
+}
+
+int64_t Rng::Range(int64_t lo, int64_t hi) {
+  uint64_t span = static_cast<uint64_t>(hi - lo) + 1;
+  if (span == 0) return static_cast<int64_t>(Next());
+  return lo + static_cast<int64_t>(Next() % span);
+}
+
+void Rng::Fill(uint8_t *p, size_t n) {
+  for (size_t i = 0; i < n; ++i) {
+    uint64_t r = Next();
+    switch (r & 7) {
+      case 0:
+        p[i] = 0;
+        break;
+      case 1:
+        p[i] = 0xFF;
+        break;
+      default:
+        p[i] = static_cast<uint8_t>(r >> 40);
+    }
+  }
+}
+
+uint64_t BaseSeed() {
+  const char *s = std::getenv("RKPIX_TEST_SEED");
+  return s ? std::strtoull(s, nullptr, 0) : 0x5EED0001ull;
+}
+
+int CaseCount(int defaultCount) {
+  const char *s = std::getenv("RKPIX_TEST_CASES");
+  if (!s) return defaultCount;
+  double f = std::strtod(s, nullptr);
+  return std::max(1, static_cast<int>(defaultCount * f));
+}
+
+int World::AddBuffer(Rng &rng, size_t n) {
+  Buffer b;
+  b.bytes.resize(n);
+  rng.Fill(b.bytes.data(), n);
+  bufs.push_back(std::move(b));
+  return static_cast<int>(bufs.size()) - 1;
+}
+
+SurfaceSpec RandomSpec(Rng &rng, int elem, int32_t maxW, int32_t maxH) {
+  SurfaceSpec s;
+  s.width = static_cast<int32_t>(rng.Chance(0.03) ? rng.Range(-3, 0) : rng.Range(1, maxW));
+  s.height = static_cast<int32_t>(rng.Chance(0.03) ? rng.Range(-3, 0) : rng.Range(1, maxH));
+  int32_t row = std::max(s.width, 0) * elem;
+  switch (rng.Range(0, 9)) {
+    case 0:
+    case 1:
+    case 2:
+      s.pitch = row;
+      break;
+    case 3:
+    case 4:
+    case 5:
+      s.pitch = row + static_cast<int32_t>(rng.Range(1, 16));
+      break;
+    case 6:
+    case 7:
+      s.pitch = -(row + static_cast<int32_t>(rng.Range(0, 8)));
+      break;
+    case 8:
+      s.pitch = static_cast<int32_t>(rng.Range(0, std::max(row - 1, 0)));
+      if (rng.Chance(0.3)) s.pitch = -s.pitch;
+      break;
+    default:
+      s.pitch = 0;
+  }
+  return s;
+}
+
+std::pair<int64_t, int64_t> Owned(const SurfaceSpec &s, int elem) {
+  if (s.width <= 0 || s.height <= 0) return {0, 0};
+  int64_t row = std::max<int64_t>(std::llabs(int64_t{s.pitch}), int64_t{s.width} * elem);
+  int64_t last = int64_t{s.height - 1} * s.pitch;
+  return {std::min<int64_t>(0, last), std::max<int64_t>(0, last) + row};
+}
+
+RkSurface Place(World &w, int buf, const SurfaceSpec &s, int elem, int64_t at, bool writable) {
+  auto [lo, hi] = Owned(s, elem);
+  RkSurface r{};
+  r.reserved0 = 0x0BADF00D;
+  r.reserved4 = 0x0BADF00D;
+  r.width = s.width;
+  r.height = s.height;
+  r.pitch = s.pitch;
+  r.pixels = w.Data(buf) + (at - lo);
+  if (writable && hi > lo) w.Allow(buf, at, at + (hi - lo));
+  return r;
+}
+
+RkSurface NewSurface(World &w, Rng &rng, const SurfaceSpec &s, int elem, bool writable,
+                     int *bufOut) {
+  auto [lo, hi] = Owned(s, elem);
+  int64_t before = rng.Range(0, 64), after = rng.Range(0, 64);
+  // An empty surface still gets a buffer to point into.
+  int buf = w.AddBuffer(rng, static_cast<size_t>(before + (hi - lo) + after + 1));
+  if (bufOut) *bufOut = buf;
+  RkSurface r = Place(w, buf, s, elem, before, writable);
+  if (hi <= lo) r.pixels = w.Data(buf) + before;
+  return r;
+}
+
+std::string CompareLevels(World &w, const std::function<void()> &call) {
+  std::vector<std::vector<uint8_t>> first, want;
+  for (auto &b : w.bufs) first.push_back(b.bytes);
+  rk::Level saved = rk::UseLevel(rk::Level::kRef);
+  call();
+  for (auto &b : w.bufs) want.push_back(b.bytes);
+  std::ostringstream why;
+  // The reference must leave every byte outside the allowed ranges alone.
+  for (size_t i = 0; i < w.bufs.size() && why.str().empty(); ++i) {
+    const auto &allowed = w.bufs[i].allowed;
+    for (size_t j = 0; j < first[i].size(); ++j) {
+      if (first[i][j] == want[i][j]) continue;
+      auto j64 = static_cast<int64_t>(j);
+      bool ok = std::any_of(allowed.begin(), allowed.end(),
+                            [&](auto &r) { return j64 >= r.first && j64 < r.second; });
+      if (!ok) {
+        why << "reference wrote outside the surfaces: buffer " << i << " byte " << j << " "
+            << int{first[i][j]} << " -> " << int{want[i][j]};
+        break;
+      }
+    }
+  }
+  for (rk::Level level : rk::AvailableLevels()) {
+    if (level == rk::Level::kRef || !why.str().empty()) continue;
+    for (size_t i = 0; i < w.bufs.size(); ++i) w.bufs[i].bytes = first[i];
+    rk::UseLevel(level);
+    call();
+    for (size_t i = 0; i < w.bufs.size(); ++i) {
+      auto &got = w.bufs[i].bytes;
+      auto mis = std::mismatch(got.begin(), got.end(), want[i].begin());
+      if (mis.first != got.end()) {
+        auto j = mis.first - got.begin();
+        why << "level " << rk::LevelName(level) << " differs from the reference: buffer " << i
+            << " byte " << j << " got " << int{*mis.first} << " want " << int{*mis.second};
+        break;
+      }
+    }
+  }
+  for (size_t i = 0; i < w.bufs.size(); ++i) w.bufs[i].bytes = want[i];
+  rk::UseLevel(saved);
+  return why.str();
+}
+
+std::string LevelList() {
+  std::string s;
+  for (rk::Level l : rk::AvailableLevels())
+    s += std::string(s.empty() ? "" : ", ") + rk::LevelName(l);
+  return s;
+}
+
+}  // namespace rkt

@@ -1,0 +1,84 @@
+// Test toolkit: random numbers, memory worlds with margins, and the comparison of
+// every level against the reference walk.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "module/dispatch.h"
+#include "rkpix.h"
+
+namespace rkt {
+
+// xoshiro256** seeded through splitmix64: fast, and the same sequence everywhere.
+class Rng {
+ public:
+  explicit Rng(uint64_t seed);
+  uint64_t Next();
+  uint32_t U32() { return static_cast<uint32_t>(Next() >> 32); }
+  // Uniform in [lo, hi].
+  int64_t Range(int64_t lo, int64_t hi);
+  bool Chance(double p) { return (Next() >> 11) * 0x1.0p-53 < p; }
+  // Bytes biased towards 0x00 and 0xFF, where masks and saturation show.
+  void Fill(uint8_t *p, size_t n);
+  template <class T>
+  const T &Pick(const std::vector<T> &v) {
+    return v[static_cast<size_t>(Range(0, static_cast<int64_t>(v.size()) - 1))];
+  }
+
+ private:
+  uint64_t s_[4];
+};
+
+// Base seed and case count for the randomised tests (RKPIX_TEST_SEED,
+// RKPIX_TEST_CASES scale them from the environment; the library reads none).
+uint64_t BaseSeed();
+int CaseCount(int defaultCount);
+
+// A set of byte buffers (with random margins) that calls read and write. `allowed`
+// lists, per buffer, the byte ranges a call may change; everything else must keep
+// its first contents.
+struct World {
+  struct Buffer {
+    std::vector<uint8_t> bytes;
+    std::vector<std::pair<int64_t, int64_t>> allowed;  // [lo, hi) within bytes
+  };
+  std::vector<Buffer> bufs;
+
+  // Adds a buffer of n random bytes; returns its index.
+  int AddBuffer(Rng &rng, size_t n);
+  uint8_t *Data(int buf) { return bufs[static_cast<size_t>(buf)].bytes.data(); }
+  void Allow(int buf, int64_t lo, int64_t hi) {
+    bufs[static_cast<size_t>(buf)].allowed.emplace_back(lo, hi);
+  }
+};
+
+// Places a surface of `elem`-byte elements in a new buffer with random margins,
+// fills it with random bytes and returns the record. `pitchMode` chooses the pitch:
+// 0 exact, 1 padded, 2 negative (bottom-up), 3 smaller than a row, 4 zero.
+struct SurfaceSpec {
+  int32_t width, height, pitch;
+};
+SurfaceSpec RandomSpec(Rng &rng, int elem, int32_t maxW, int32_t maxH);
+// Offsets [lo, hi) from pixels of the bytes the surface owns (empty for width or
+// height of 0 or less).
+std::pair<int64_t, int64_t> Owned(const SurfaceSpec &s, int elem);
+// Puts a surface into buffer `buf` (which must be large enough) with its owned
+// bytes starting at byte `at`; `writable` allows calls to change those bytes.
+RkSurface Place(World &w, int buf, const SurfaceSpec &s, int elem, int64_t at, bool writable);
+// A new buffer holding the surface between margins of 0..64 bytes.
+RkSurface NewSurface(World &w, Rng &rng, const SurfaceSpec &s, int elem, bool writable,
+                     int *bufOut = nullptr);
+
+// Runs `call` once per available level on identical copies of the world and
+// compares every byte with the reference level's result; also checks that the
+// reference changed nothing outside the allowed ranges. Returns "" or a report of
+// the first difference.
+std::string CompareLevels(World &w, const std::function<void()> &call);
+
+// Levels this binary and CPU run, for the report.
+std::string LevelList();
+
+}  // namespace rkt
