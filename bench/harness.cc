@@ -1,0 +1,127 @@
+#include "harness.h"
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "rkpix.h"
+
+namespace rkb {
+namespace {
+
+struct Surface {
+  std::vector<uint8_t> bytes;
+  RkSurface rec{};
+  Surface(int32_t w, int32_t h, int elem, std::mt19937 &rng) : bytes(size_t(w) * h * elem + 64) {
+    for (auto &b : bytes) b = static_cast<uint8_t>(rng());
+    rec.width = w;
+    rec.height = h;
+    rec.pitch = w * elem;
+    rec.pixels = bytes.data();
+  }
+};
+
+struct BlitSetup {
+  Surface dst, src, chan, copySrc;
+};
+
+void RunTimed(benchmark::State &state, const Setup &setup, int32_t w, int32_t h) {
+  Timed t = setup(w, h);
+  using Clock = std::chrono::steady_clock;
+  double kernel = 0, baseline = 0;
+  for (auto _ : state) {
+    auto t0 = Clock::now();
+    t.kernel();
+    auto t1 = Clock::now();
+    t.baseline();
+    auto t2 = Clock::now();
+    double k = std::chrono::duration<double>(t1 - t0).count();
+    kernel += k;
+    baseline += std::chrono::duration<double>(t2 - t1).count();
+    state.SetIterationTime(k);
+  }
+  state.counters["Mpix/s"] =
+      benchmark::Counter(t.pixels * 1e-6 * static_cast<double>(state.iterations()) / kernel);
+  state.counters["x_memcpy"] = benchmark::Counter(kernel / baseline);
+}
+
+}  // namespace
+
+bool Register(const std::string &name, Setup setup) {
+  for (auto [w, h] : {std::pair{640, 480}, std::pair{1920, 1080}}) {
+    std::string full = name + "/" + std::to_string(w) + "x" + std::to_string(h);
+    benchmark::RegisterBenchmark(
+        full.c_str(), [setup, w = w, h = h](benchmark::State &s) { RunTimed(s, setup, w, h); })
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+  }
+  return true;
+}
+
+bool RegisterBlit(const char *name, void (*fn)(), int bpp, Args args, uint32_t a, int chanElem) {
+  return Register(name, [=](int32_t w, int32_t h) {
+    std::mt19937 rng(1234);
+    auto s = std::make_shared<BlitSetup>(BlitSetup{Surface(w, h, bpp, rng), Surface(w, h, bpp, rng),
+                                                   Surface(w, h, chanElem ? chanElem : 1, rng),
+                                                   Surface(w, h, bpp, rng)});
+    // A quarter of the source pixels carry the key, in runs as sprites have them.
+    uint32_t key = 0x00FF00FFu & (bpp == 2 ? 0xFFFFu : 0xFFFFFFu);
+    if (args == Args::kKey || args == Args::kAKey || args == Args::kChannelKey) {
+      uint8_t *p = s->src.bytes.data();
+      for (int32_t y = 0; y < h; ++y)
+        for (int32_t x = 0; x < w; ++x)
+          if ((x / 16 + y / 16) % 4 == 0)
+            std::memcpy(p + (size_t(y) * w + x) * bpp, &key,
+                        static_cast<size_t>(bpp == 4 ? 3 : bpp));
+    }
+    Timed t;
+    RkSurface *d = &s->dst.rec, *sr = &s->src.rec, *c = &s->chan.rec;
+    using P = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                 int32_t, int32_t, int32_t);
+    using PA = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                  int32_t, int32_t, int32_t, uint32_t);
+    using PAB = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                   int32_t, int32_t, int32_t, uint32_t, uint32_t);
+    using PC = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                  int32_t, int32_t, int32_t, const RkSurface *, int32_t, int32_t);
+    using PCK =
+        void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t, int32_t,
+                           int32_t, int32_t, const RkSurface *, int32_t, int32_t, uint32_t);
+    switch (args) {
+      case Args::kPlain:
+        t.kernel = [=] { reinterpret_cast<P>(fn)(d, 0, 0, sr, 0, 0, w, h); };
+        break;
+      case Args::kA:
+        t.kernel = [=] { reinterpret_cast<PA>(fn)(d, 0, 0, sr, 0, 0, w, h, a); };
+        break;
+      case Args::kKey:
+        t.kernel = [=] { reinterpret_cast<PA>(fn)(d, 0, 0, sr, 0, 0, w, h, key); };
+        break;
+      case Args::kAKey:
+        t.kernel = [=] { reinterpret_cast<PAB>(fn)(d, 0, 0, sr, 0, 0, w, h, a, key); };
+        break;
+      case Args::kChannel:
+        t.kernel = [=] { reinterpret_cast<PC>(fn)(d, 0, 0, sr, 0, 0, w, h, c, 0, 0); };
+        break;
+      case Args::kChannelKey:
+        t.kernel = [=] { reinterpret_cast<PCK>(fn)(d, 0, 0, sr, 0, 0, w, h, c, 0, 0, key); };
+        break;
+    }
+    // The baseline: memcpy of the destination rectangle, row by row.
+    t.baseline = [s, w, h, bpp] {
+      for (int32_t y = 0; y < h; ++y) {
+        std::memcpy(s->dst.bytes.data() + size_t(y) * s->dst.rec.pitch,
+                    s->copySrc.bytes.data() + size_t(y) * w * bpp, size_t(w) * bpp);
+      }
+      benchmark::ClobberMemory();
+    };
+    t.pixels = double(w) * h;
+    t.keep = s;
+    return t;
+  });
+}
+
+}  // namespace rkb
