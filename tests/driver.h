@@ -8,7 +8,9 @@
 // Other shapes (conversions, zoom) register a case function with RKT_DIFF.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "toolkit.h"
 
@@ -38,6 +40,36 @@ bool RegisterBlit(const char *name, AnyExport fn, BlitShape shape);
 // CompareLevels; returns "" or a report.
 using CaseFn = std::string (*)(Rng &rng);
 bool RegisterDiff(const char *name, CaseFn fn, int cases);
+
+// Every registered export as one random-case runner, sorted by name: the gtest
+// driver, the fuzzer and the thread test all walk this list.
+struct NamedCase {
+  std::string name;
+  std::function<std::string(Rng &)> run;
+  int cases;
+};
+std::vector<NamedCase> AllCases();
+
+// Registered blits, and a call of one on explicit arguments.
+struct BlitEntry {
+  std::string name;
+  AnyExport fn;
+  BlitShape shape;
+};
+const std::vector<BlitEntry> &BlitEntries();
+struct BlitCall {
+  const RkSurface *dst;
+  int32_t dstX, dstY;
+  const RkSurface *src;
+  int32_t srcX, srcY, width, height;
+  const RkSurface *chan;
+  int32_t chX, chY;
+  uint32_t a, b;
+};
+void CallBlit(const BlitEntry &e, const BlitCall &c);
+bool Keyed(Args a);
+uint32_t Param(Rng &rng);
+uint32_t PlantKey(Rng &rng, const RkSurface &src, int bpp);
 
 // Registers one gtest per entry (called from main).
 void RegisterDiffTests();
