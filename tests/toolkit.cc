@@ -20,11 +20,15 @@ Rng::Rng(uint64_t seed) {
   }
 }
 
-Rng::Rng(const uint8_t *tape, size_t n) : Rng([&] {
+namespace {
+uint64_t TapeSeed(const uint8_t *tape, size_t n) {
   uint64_t h = 1469598103934665603ull;
   for (size_t i = 0; i < n; ++i) h = (h ^ tape[i]) * 1099511628211ull;
   return h;
-}()) {
+}
+}  // namespace
+
+Rng::Rng(const uint8_t *tape, size_t n) : Rng(TapeSeed(tape, n)) {
   tape_ = tape;
   tapeLeft_ = n;
 }
