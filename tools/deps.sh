@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, tests, demo and benchmarks need, when missing.
 set -euo pipefail
-packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libpng-dev clang-format)
+packages=(cmake ninja-build g++ pkg-config libgtest-dev libbenchmark-dev libpng-dev clang-format)
 packages+=("$@")
 missing=()
 for p in "${packages[@]}"; do
