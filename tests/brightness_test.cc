@@ -175,27 +175,25 @@ TEST(Brightness, DarkleTruncatesUpToLevel263) {
   for (uint32_t i = 0; i < 65536; ++i) src[i] = static_cast<uint16_t>(i);
   RkSurface row{0, 65536, 1, 131072, 0, src.data()}, drow{0, 65536, 1, 131072, 0, dst.data()};
   RkSurface col{0, 1, 65536, 2, 0, src.data()}, dcol{0, 1, 65536, 2, 0, dst.data()};
-  for (uint32_t level : {0u, 9u, 100u, 200u, 255u, 263u}) {
-    uint32_t k = level >> 3;
-    auto down = [k](uint32_t c) { return c * k / 32; };
-    for (bool single : {false, true}) {
-      if (single) {
-        RkDarkle16(&dcol, 0, 0, &col, 0, 0, 1, 65536, level);
-      } else {
-        RkDarkle16(&drow, 0, 0, &row, 0, 0, 65536, 1, level);
-      }
-      for (uint32_t p = 0; p < 65536; ++p) {
-        uint32_t want = down(p >> 11) << 11 | down(p >> 5 & 63) << 5 | down(p & 31);
-        ASSERT_EQ(dst[p], want) << "p " << p << " level " << level << " single " << single;
-      }
-      if (single) {
-        RkDarkle15(&dcol, 0, 0, &col, 0, 0, 1, 65536, level);
-      } else {
-        RkDarkle15(&drow, 0, 0, &row, 0, 0, 65536, 1, level);
-      }
-      for (uint32_t p = 0; p < 65536; ++p) {
-        uint32_t want = down(p >> 10 & 31) << 10 | down(p >> 5 & 31) << 5 | down(p & 31);
-        ASSERT_EQ(dst[p], want) << "p " << p << " level " << level << " single " << single;
+  const struct {
+    LevelFn fn;
+    int redShift;
+    uint32_t greenMax;
+  } members[] = {{RkDarkle16, 11, 63}, {RkDarkle15, 10, 31}};
+  for (const auto &m : members) {
+    for (uint32_t level : {0u, 9u, 100u, 200u, 255u, 263u}) {
+      auto down = [k = level >> 3](uint32_t c) { return c * k / 32; };
+      for (bool single : {false, true}) {
+        if (single) {
+          m.fn(&dcol, 0, 0, &col, 0, 0, 1, 65536, level);
+        } else {
+          m.fn(&drow, 0, 0, &row, 0, 0, 65536, 1, level);
+        }
+        for (uint32_t p = 0; p < 65536; ++p) {
+          uint32_t want = down(p >> m.redShift & 31) << m.redShift |
+                          down(p >> 5 & m.greenMax) << 5 | down(p & 31);
+          ASSERT_EQ(dst[p], want) << "p " << p << " level " << level << " single " << single;
+        }
       }
     }
   }
