@@ -16,6 +16,14 @@ RKT_BLIT(RkDarkleWithChannel16, 2, rkt::Args::kChannel, 1);
 RKT_BLIT(RkDarkleWithChannel15, 2, rkt::Args::kChannel, 1);
 RKT_BLIT(RkDarkleWithChannel24, 3, rkt::Args::kChannel, 1);
 RKT_BLIT(RkDarkleWithChannel32, 4, rkt::Args::kChannel, 1);
+RKT_BLIT(RkMaskLightWithChannel16, 2, rkt::Args::kChannelKey, 2);
+RKT_BLIT(RkMaskLightWithChannel15, 2, rkt::Args::kChannelKey, 2);
+RKT_BLIT(RkMaskLightWithChannel24, 3, rkt::Args::kChannelKey, 2);
+RKT_BLIT(RkMaskLightWithChannel32, 4, rkt::Args::kChannelKey, 2);
+RKT_BLIT(RkMaskDarkleWithChannel16, 2, rkt::Args::kChannelKey, 1);
+RKT_BLIT(RkMaskDarkleWithChannel15, 2, rkt::Args::kChannelKey, 1);
+RKT_BLIT(RkMaskDarkleWithChannel24, 3, rkt::Args::kChannelKey, 1);
+RKT_BLIT(RkMaskDarkleWithChannel32, 4, rkt::Args::kChannelKey, 1);
 
 namespace {
 
@@ -152,6 +160,78 @@ TEST(BrightnessChannel, DarklePins) {
        {0, 0x0002, 0x0004, 0x0006, 0x0008, 0x000A, 0x000C, 0x000E, 0x0010},
        {128, 128, 128, 128, 128, 128, 128, 128},
        {}, {0x0001, 0x0002, 0x0003, 0x0004, 0x0005, 0x0006, 0x0007, 0x0008, 0x0010}},
+  });
+}
+
+TEST(BrightnessChannel, MaskLightPins) {
+  const uint32_t A = 0xAAAA, B = 0xAAAAAA, Q = 0xAAAAAAAA, K = 0x0001, KC = 0xABCD0001;
+  const uint32_t W = 0xFFFF, G = 0x07E0;
+  RunPins({
+      {"16, element 0x2000: a group wraps the signed product, the pair's 13 bits give 0, the lone pixel saturates", nullptr, RkMaskLightWithChannel16, 2, 2, 1, 0, 0, 7, 0, KC, false,
+       {G, G, G, G, G, G, G}, std::vector<uint32_t>(7, 0x2000), std::vector<uint32_t>(7, A),
+       {0x0400, 0x0400, 0x0400, 0x0400, 0x0000, 0x0000, G}},
+      {"16: white saturates in groups and alone; key pixels and an all-key group keep the destination", nullptr, RkMaskLightWithChannel16, 2, 2, 1, 0, 0, 9, 0, KC, false,
+       {K, K, K, K, W, K, W, W, W}, std::vector<uint32_t>(9, 512), std::vector<uint32_t>(9, A),
+       {A, A, A, A, W, A, W, W, W}},
+      {"16, pair with the left pixel the key: the right one takes the left element", nullptr, RkMaskLightWithChannel16, 2, 2, 1, 0, 0, 2, 0, KC, false,
+       {K, 0x0841}, {512, 256}, {A, A}, {A, 0x1082}},
+      {"16, pair with the right pixel the key", nullptr, RkMaskLightWithChannel16, 2, 2, 1, 0, 0, 2, 0, KC, false,
+       {0x0841, K}, {512, 256}, {A, A}, {0x1082, A}},
+      {"15: bit 15 enters red in the groups only", nullptr, RkMaskLightWithChannel15, 2, 2, 1, 0, 0, 7, 0, KC, false,
+       std::vector<uint32_t>(7, 0x8400), std::vector<uint32_t>(7, 256), std::vector<uint32_t>(7, A),
+       {0x7C00, 0x7C00, 0x7C00, 0x7C00, 0x0400, 0x0400, 0x0400}},
+      {"15: the key includes bit 15; a key pixel in a group keeps bit 15 of the destination", nullptr, RkMaskLightWithChannel15, 2, 2, 1, 0, 0, 4, 0, 0x8001, false,
+       {0x8001, 0x0001, 0x7FFF, 0x7FFF}, {256, 256, 256, 256}, {A, A, A, A}, {A, 0x0001, 0x7FFF, 0x7FFF}},
+      {"24, element 0x8000: a drawn pair wraps, a pixel drawn alone and the lone pixel saturate", nullptr, RkMaskLightWithChannel24, 3, 2, 1, 0, 0, 5, 0, 0x123456, false,
+       {0x020202, 0x020202, 0x020202, 0x123456, 0x020202}, std::vector<uint32_t>(5, 0x8000), std::vector<uint32_t>(5, B),
+       {0x000000, 0x000000, 0xFFFFFF, B, 0xFFFFFF}},
+      {"32: the key ignores byte 3; the right pixel drawn alone takes the left element", nullptr, RkMaskLightWithChannel32, 4, 2, 1, 0, 0, 2, 0, 0xAA112233, false,
+       {0x7F112233, 0xFF445566}, {512, 256}, {Q, Q}, {Q, 0x0088AACC}},
+  });
+}
+
+TEST(BrightnessChannel, MaskDarklePins) {
+  const uint32_t A = 0xAAAA, B = 0xAAAAAA, Q = 0xAAAAAAAA, K = 0x0001, KC = 0xABCD0001, W = 0xFFFF;
+  const uint32_t D = 0xF7BE;  // white with element 255
+  RunPins({
+      {"32: a drawn pair scales byte 3, a pixel drawn alone writes it 0", nullptr, RkMaskDarkleWithChannel32, 4, 1, 1, 0, 0, 4, 0, 0x123456, false,
+       {0xC8102030, 0xC8102030, 0xC8102030, 0x00123456}, {128, 128, 128, 128}, {Q, Q, Q, Q},
+       {0x64081018, 0x64081018, 0x00081018, Q}},
+      {"32, width 1: the lone pixel with its own element, byte 3 written 0", nullptr, RkMaskDarkleWithChannel32, 4, 1, 1, 0, 0, 1, 0, 0x123456, false,
+       {0xC8FF8040}, {128}, {Q}, {0x007F4020}},
+      {"24, right pixel the key: the left one lands reversed two bytes before the row", nullptr, RkMaskDarkleWithChannel24, 3, 1, 1, 1, 1, 2, 1, 0x123456, false,
+       {0x000000, 0x302010, 0x123456}, {0, 128, 128}, {B, B, B}, {0x1018AA, 0xAAAA08, B}},
+      {"24, left pixel the key: the right one lands reversed at bytes 1 to 3", nullptr, RkMaskDarkleWithChannel24, 3, 1, 1, 0, 0, 2, 0, 0x123456, false,
+       {0x123456, 0x302010}, {0, 128}, {B, B}, {0x1018AA, 0xAAAA08}},
+      {"24, width 3: the lone pixel at its own place", nullptr, RkMaskDarkleWithChannel24, 3, 1, 1, 0, 0, 3, 0, 0x123456, false,
+       {0x302010, 0x302010, 0x302010}, {128, 128, 128}, {B, B, B}, {0x181008, 0x181008, 0x181008}},
+      {"16, drawn pair: A | B with the left element", nullptr, RkMaskDarkleWithChannel16, 2, 1, 1, 0, 0, 2, 0, KC, false,
+       {0x0841, 0x1234}, {255, 16}, {A, A}, {0x603E, 0x0780}},
+      {"16, right pixel the key: the left one, with the right element, lands on the right", nullptr, RkMaskDarkleWithChannel16, 2, 1, 1, 0, 0, 2, 0, KC, false,
+       {W, K}, {255, 128}, {A, A}, {A, 0x7BEF}},
+      {"16, left pixel the key: the right one with its own element", nullptr, RkMaskDarkleWithChannel16, 2, 1, 1, 0, 0, 2, 0, KC, false,
+       {K, W}, {255, 128}, {A, A}, {A, 0x7BEF}},
+      {"16, width 3: the lone pixel's element is at 2 x width, and 8 or more runs the pair", nullptr, RkMaskDarkleWithChannel16, 2, 1, 1, 0, 0, 3, 0, KC, false,
+       {0x0841, 0x1234, W}, {255, 16, 7, 0, 0, 0, 128}, {A, A, A}, {0x603E, 0x0780, 0x7BEF}},
+      {"16, width 3: below 8 the pair does not run", nullptr, RkMaskDarkleWithChannel16, 2, 1, 1, 0, 0, 3, 0, KC, false,
+       {0x0841, 0x1234, W}, {255, 16, 128, 0, 0, 0, 7}, {A, A, A}, {A, A, 0x0000}},
+      {"16, width 6, second row: the lone step runs, column 4 is left alone", nullptr, RkMaskDarkleWithChannel16, 2, 1, 2, 0, 0, 6, 0, KC, false,
+       std::vector<uint32_t>(12, W),
+       {255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
+        255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 0},
+       std::vector<uint32_t>(12, A), {D, D, D, D, 0xF83F, 0x07E0, D, D, D, D, A, 0x0000}},
+      {"16, width 5, second row: the pair runs on columns 3 and 4 with column 3's element", nullptr, RkMaskDarkleWithChannel16, 2, 1, 2, 0, 0, 5, 0, KC, false,
+       std::vector<uint32_t>(10, W),
+       {255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0,
+        255, 255, 255, 16, 255, 0, 0, 0, 0, 0, 0},
+       std::vector<uint32_t>(10, A), {D, D, D, D, 0x0000, D, D, D, 0x0861, 0x07E0}},
+      {"16, width 1, second row: the pair at columns -1 and 0", nullptr, RkMaskDarkleWithChannel16, 2, 1, 2, 1, 1, 1, 1, KC, false,
+       {W, W, W, 0x0841, 0x1234, W}, {255, 255, 255, 0, 255, 16, 16, 16},
+       {A, A, A, A, A, A}, {A, 0x0000, A, 0x603E, 0x0780, A}},
+      {"15, drawn pair: each pixel by the formula with the left element; bit 15 not read", nullptr, RkMaskDarkleWithChannel15, 2, 1, 1, 0, 0, 2, 0, KC, false,
+       {0x7FFF, 0x9234}, {128, 255}, {A, A}, {0x3DEF, 0x090A}},
+      {"15, the key includes bit 15: the right pixel with its own element", nullptr, RkMaskDarkleWithChannel15, 2, 1, 1, 0, 0, 2, 0, 0x8000, false,
+       {0x8000, W}, {128, 255}, {A, A}, {A, 0x7BDE}},
   });
 }
 // clang-format on

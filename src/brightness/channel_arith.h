@@ -39,6 +39,16 @@ constexpr uint32_t LightChanLone(uint32_t px, uint32_t c) {
 constexpr uint32_t LightChanPair(uint32_t px, uint32_t c) {
   return Bytes3(px, [c](uint32_t v) { return SatBytePair(v, c); });
 }
+// The same two byte formulas in 16-bit steps, as vector lanes hold them: with t the
+// 24-bit product v x c, the byte saturates when t >> 16 is above 0, or for a pixel of a
+// pair with c >= 0x8000 (the factor c - 65536) above v; otherwise it is bits 8..15 of t.
+constexpr uint32_t LightChanByte16(uint32_t v, uint32_t c, bool pair) {
+  auto v16 = static_cast<uint16_t>(v), c16 = static_cast<uint16_t>(c);
+  auto lo = static_cast<uint16_t>(v16 * c16);
+  auto hi = static_cast<uint16_t>((uint32_t{v16} * c16) >> 16);
+  uint16_t from = (pair && c >= 0x8000) ? static_cast<uint16_t>(v) : 0;
+  return hi > from ? 255 : lo >> 8;
+}
 // Every byte truncated, 3 or 4 of them.
 constexpr uint32_t DarkleChan3(uint32_t px, uint32_t c) {
   return Bytes3(px, [c](uint32_t v) { return DarkleByte(v, c); });

@@ -32,7 +32,7 @@ void StPx(const M &m, uint8_t *p, uint32_t v) {
 // A row of a channel member addressed by column (any sign).
 template <int Bpp, int CE, class M>
 struct ChanRow {
-  const Row<M> &r;
+  Row<M> r;  // a copy: callers may pass a temporary
   uint32_t Src(int64_t x) const { return LdPx<Bpp>(r.sm, At(r.s, x * Bpp)); }
   uint32_t Dst(int64_t x) const { return LdPx<Bpp>(r.dm, At(r.d, x * Bpp)); }
   uint32_t Chan(int64_t x) const { return LdPx<CE>(r.cm, At(r.c, x * CE)); }
@@ -183,6 +183,20 @@ void DarkleChan24Lone(const Row<M> &r) {
   x.PutAt(4 * Pairs(r), Reverse3(DarkleChan3(x.Src(col), c)));
 }
 
+// RkMaskLightWithChannel16/15, the right end of a row: the lone pixel saturates with
+// its full element; the pair, also a pixel of it drawn alone, takes the left pixel's
+// element cut to 13 bits for both pixels.
+template <class F, class M>
+void MaskLightChan1615Ends(const Row<M> &r) {
+  auto x = Chan<2, 2>(r);
+  if (r.w & 1) {
+    KeyedLone<2>(x, r.w - 1, r.b,
+                 [](uint32_t p, uint32_t c) { return MaskLightSingle<F>(p, ChannelScale16(c)); });
+  }
+  auto pair = [](uint32_t p, uint32_t c) { return MaskLightSingle<F>(p, PairScale16(c)); };
+  if (r.w & 2) KeyedPair<2, true, true>(x, 2 * Pairs(r) - 2, r.b, pair, pair);
+}
+
 // RkMaskDarkleWithChannel16/15: the right end of a row. The lone step and the pair step
 // exchange their conditions after the first row; once the lone step has run, the
 // channel byte at 2 x width (outside the rectangle) decides whether the pair runs.
@@ -224,6 +238,15 @@ int64_t MaskDarkleChan1615Ends(const Row<M> &r) {
 // RkMaskDarkleWithChannel24, a pair with one key: the other pixel, reversed, is
 // written at byte 4n - 6 (left pixel) or 4n - 3 (right pixel) of the row, n the pair's
 // number; neither is the pixel's own place, and 4n - 6 lies before the row for n = 1.
+struct PlacedPixel {
+  int64_t off;
+  uint32_t v;
+};
+inline PlacedPixel MaskDarkleChan24Alone(const KeyedPairIn &q, int64_t n) {
+  int i = q.Drawn();
+  return {4 * n - 6 + 3 * i, Reverse3(DarkleChan3(q.p[i], q.c[i]))};
+}
+// Pair n (columns 2n - 2 and 2n - 1) of RkMaskDarkleWithChannel24.
 template <class R>
 void MaskDarkleChan24Pair(const R &x, int64_t n, uint32_t key) {
   KeyedPairIn q = ReadKeyedPair<3>(x, 2 * n - 2, key);
@@ -233,8 +256,8 @@ void MaskDarkleChan24Pair(const R &x, int64_t n, uint32_t key) {
     x.Put(2 * n - 1, DarkleChan3(q.p[1], q.c[1]));
     return;
   }
-  int i = q.Drawn();
-  x.PutAt(4 * n - 6 + 3 * i, Reverse3(DarkleChan3(q.p[i], q.c[i])));
+  PlacedPixel m = MaskDarkleChan24Alone(q, n);
+  x.PutAt(m.off, m.v);
 }
 
 }  // namespace bright
