@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "brightness/channel_arith.h"
 #include "driver.h"
 #include "module/dispatch.h"
 #include "rkpix.h"
@@ -235,5 +236,16 @@ TEST(BrightnessChannel, MaskDarklePins) {
   });
 }
 // clang-format on
+
+// The 16-bit-lane form of the 24/32-bit Light byte formulas, used by the fast rows,
+// against the formulas themselves on every byte and element.
+TEST(BrightnessChannel, LightByteLanesMatchFormulas) {
+  for (uint32_t c = 0; c < 65536; ++c) {
+    for (uint32_t v = 0; v < 256; ++v) {
+      ASSERT_EQ(rk::LightChanByte16(v, c, false), rk::SatByte(v, c)) << v << " x " << c;
+      ASSERT_EQ(rk::LightChanByte16(v, c, true), rk::SatBytePair(v, c)) << v << " x " << c;
+    }
+  }
+}
 
 }  // namespace

@@ -3,6 +3,9 @@
 // destination is exactly their source). The right-end steps run through the same
 // units as the reference walks; the body of the row is a plain loop.
 #include <algorithm>
+#if defined(__SSSE3__)
+#include <immintrin.h>
+#endif
 
 #include "brightness/channel_units.h"
 #include "brightness/fast_loops.h"
@@ -28,21 +31,101 @@ inline void MapBytes(uint8_t *__restrict d, const uint8_t *__restrict s, const T
                      int64_t n, Fn fn) {
   for (int64_t b = 0; b < n; ++b) d[b] = static_cast<uint8_t>(fn(s[b], v[b], b));
 }
-// Destination byte b = fn(source byte b, destination byte b, v[b], m[b]) for b < n.
-template <class T, class Fn>
-inline void MapBytesKeyed(uint8_t *__restrict d, const uint8_t *__restrict s, const T *__restrict v,
-                          const uint8_t *__restrict m, int64_t n, Fn fn) {
-  for (int64_t b = 0; b < n; ++b) d[b] = static_cast<uint8_t>(fn(s[b], d[b], v[b], m[b]));
+
+// Each of n elements of E bytes at `in` three times over.
+template <int E>
+inline void Spread3(typename Elem<E>::T *__restrict out, const uint8_t *__restrict in, int64_t n) {
+  for (int64_t i = 0; i < n; ++i) {
+    auto v = LoadE<E>(in + i * E);
+    out[3 * i] = v;
+    out[3 * i + 1] = v;
+    out[3 * i + 2] = v;
+  }
 }
 
-// Each of n values three times over.
-template <class T>
-inline void Spread3(T *__restrict out, const T *__restrict in, int64_t n) {
-  for (int64_t i = 0; i < n; ++i) {
-    out[3 * i] = in[i];
-    out[3 * i + 1] = in[i];
-    out[3 * i + 2] = in[i];
+// The row's pairs of 3-byte pixels in chunks from the right end; each chunk's channel
+// elements are spread over their pixels' bytes, so that the loops run on bytes alone.
+// Chunks start at even pixels: byte b of a chunk is byte b % 6 of its pair.
+constexpr int64_t kChunkPairs = 64, kChunkBytes = 6 * kChunkPairs;
+template <int CE, class Fn>
+inline void ForChunks24(const RowArgs &r, typename Elem<CE>::T *spread, Fn fn) {
+  for (int64_t end = Pairs(r); end > 0; end -= kChunkPairs) {
+    int64_t q0 = std::max<int64_t>(0, end - kChunkPairs), n = end - q0;
+    Spread3<CE>(spread, r.c + 2 * q0 * CE, 2 * n);
+    fn(q0, 6 * n);
   }
+}
+
+// Byte b of a chunk becomes fn(source byte, its pixel's element, b).
+template <int CE, class Fn>
+inline void Pairs24(const RowArgs &r, Fn fn) {
+  typename Elem<CE>::T v[kChunkBytes];
+  ForChunks24<CE>(r, v,
+                  [&](int64_t q0, int64_t nb) { MapBytes(r.d + 6 * q0, r.s + 6 * q0, v, nb, fn); });
+}
+
+// A byte of a keyed pair of 3-byte pixels as the byte loops see it: its source and
+// destination values, its pixel's element and the pair's left element, whether its
+// pixel is the key, whether the other pixel of the pair is, whether it is the right one.
+struct KeyedByte {
+  uint8_t v, o;
+  uint16_t c, cLeft;
+  bool key, otherKey, right;
+};
+
+// For each byte of `pixels` (an even count) 3-byte pixels: own[b] whether its pixel is
+// the key, other[b] whether the other pixel of its pair is (0 or 1). Where byte
+// shuffles exist, four pixels at a time are gathered into 32-bit lanes and compared;
+// both outputs are then written up to 4 bytes past their 3 x pixels.
+inline void KeyFlags24(const uint8_t *__restrict s, int64_t pixels, uint32_t key,
+                       uint8_t *__restrict own, uint8_t *__restrict other) {
+  int64_t i = 0;
+#if defined(__SSSE3__)
+  const __m128i gather = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+  const __m128i toOwn = _mm_setr_epi8(0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1);
+  const __m128i toOther = _mm_setr_epi8(4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, -1, -1, -1, -1);
+  const __m128i k = _mm_set1_epi32(static_cast<int>(key & kColourBytes));
+  const __m128i one = _mm_set1_epi8(1);
+  for (; 3 * i + 16 <= 3 * pixels; i += 4) {
+    __m128i px =
+        _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(s + 3 * i)), gather);
+    __m128i m = _mm_and_si128(_mm_cmpeq_epi32(px, k), one);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(own + 3 * i), _mm_shuffle_epi8(m, toOwn));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(other + 3 * i), _mm_shuffle_epi8(m, toOther));
+  }
+#endif
+  for (; i < pixels; i += 2) {
+    uint8_t kl = IsKey<3>(Load24(s + 3 * i), key), kr = IsKey<3>(Load24(s + 3 * i + 3), key);
+    for (int j = 0; j < 3; ++j) {
+      own[3 * i + j] = other[3 * i + 3 + j] = kl;
+      own[3 * i + 3 + j] = other[3 * i + j] = kr;
+    }
+  }
+}
+
+// The keyed 24-bit pairs, worked on bytes. For each chunk, before(first pair, pairs,
+// flags) runs first, flags[6q] and flags[6q + 3] telling whether pair q's pixels are
+// the key; then byte b becomes fn(KeyedByte).
+template <int CE, class Before, class Fn>
+inline void KeyedPairs24(const RowArgs &r, Before before, Fn fn) {
+  constexpr int64_t kPad = 4;  // room for reads before and writes after the bytes
+  uint8_t pos[kChunkBytes];
+  for (int64_t b = 0; b < kChunkBytes; ++b) pos[b] = static_cast<uint8_t>(b % 6);
+  uint8_t own[kChunkBytes + kPad], other[kChunkBytes + kPad];
+  typename Elem<CE>::T e[kChunkBytes + kPad] = {};
+  ForChunks24<CE>(r, e + kPad, [&](int64_t q0, int64_t nb) {
+    const uint8_t *s = r.s + 6 * q0;
+    KeyFlags24(s, nb / 3, r.b, own, other);
+    before(q0, nb / 6, own);
+    uint8_t *__restrict d = r.d + 6 * q0;
+    const auto *__restrict c = e + kPad;
+    for (int64_t b = 0; b < nb; ++b) {
+      bool right = pos[b] >= 3;
+      uint16_t mine = c[b], left = c[b - 3];  // both read: no load hangs on a condition
+      KeyedByte k{s[b], d[b], mine, right ? left : mine, own[b] != 0, other[b] != 0, right};
+      d[b] = static_cast<uint8_t>(fn(k));
+    }
+  });
 }
 
 // The pair rule of the keyed members as a per-pixel choice, for loops over pairs: a
@@ -53,53 +136,6 @@ inline std::pair<Mode, Mode> PairModes(bool keyL, bool keyR) {
   auto m = [](bool self, bool other) { return self ? kKeep : other ? kAlone : kBoth; };
   return {m(keyL, keyR), m(keyR, keyL)};
 }
-
-// 3-byte pixels in pairs, in chunks from the right end. For each chunk, plan(pair, left
-// is key, right is key) gives a value for each of the pair's pixels, spread over the
-// pixel's three bytes; then before(first pair, pairs, key flags) runs; then each byte
-// b of the chunk becomes fn(source byte, value, b), or with kKeyed fn(source byte,
-// destination byte, value, mode) with the pixel's mode by the pair rule. Chunks start
-// at even pixels, so a byte's place in its pair has the parity of b.
-template <class T, bool kKeyed, class Plan, class Before, class Fn>
-inline void Pairs24(const RowArgs &r, Plan plan, Before before, Fn fn) {
-  constexpr int64_t kChunk = 64;
-  T pv[2 * kChunk], v[6 * kChunk];
-  uint8_t key[2 * kChunk] = {}, pm[2 * kChunk], m[6 * kChunk];
-  for (int64_t end = Pairs(r); end > 0; end -= kChunk) {
-    int64_t q0 = std::max<int64_t>(0, end - kChunk), n = end - q0;
-    if constexpr (kKeyed) {
-      const uint8_t *s = r.s + 6 * q0;
-      for (int64_t i = 0; i < 2 * n; ++i) key[i] = IsKey<3>(Load24(s + 3 * i), r.b);
-      for (int64_t q = 0; q < n; ++q) {
-        auto [ml, mr] = PairModes(key[2 * q] != 0, key[2 * q + 1] != 0);
-        pm[2 * q] = ml;
-        pm[2 * q + 1] = mr;
-      }
-      Spread3(m, pm, 2 * n);
-    }
-    for (int64_t q = 0; q < n; ++q) {
-      auto [left, right] = plan(q0 + q, key[2 * q] != 0, key[2 * q + 1] != 0);
-      pv[2 * q] = static_cast<T>(left);
-      pv[2 * q + 1] = static_cast<T>(right);
-    }
-    Spread3(v, pv, 2 * n);
-    before(q0, n, key);
-    if constexpr (kKeyed) {
-      MapBytesKeyed(r.d + 6 * q0, r.s + 6 * q0, v, m, 6 * n, fn);
-    } else {
-      MapBytes(r.d + 6 * q0, r.s + 6 * q0, v, 6 * n, fn);
-    }
-  }
-}
-// The channel elements of pair q, for Pairs24.
-template <int CE>
-auto PairElements(const RowArgs &r) {
-  return [c = r.c](int64_t q, bool = false, bool = false) {
-    return std::pair<uint32_t, uint32_t>{LoadE<CE>(c + 2 * q * CE),
-                                         LoadE<CE>(c + (2 * q + 1) * CE)};
-  };
-}
-inline void NoStep(int64_t, int64_t, const uint8_t *) {}
 
 // Keyed 16-bit pixels: destination pixel i keeps its value where source pixel i is the
 // key and becomes fn(source pixel, element) elsewhere, for i < count.
@@ -153,9 +189,7 @@ template <int Bpp>
 void FastLightChanBytes(const RowArgs &r) {
   if (r.w & 1) ChanUnit<1>(Chan<Bpp, 2>(Raw(r)), r.w - 1, LightChanLone);
   if constexpr (Bpp == 3) {
-    Pairs24<uint16_t, false>(r, PairElements<2>(r), NoStep, [](uint32_t v, uint32_t c, int64_t) {
-      return LightChanByte16(v, c, true);
-    });
+    Pairs24<2>(r, [](uint32_t v, uint32_t c, int64_t) { return LightChanByte16(v, c, true); });
   } else {
     MapRowChan<4, 2>(r.d, r.s, r.c, Pairs(r) * 2,
                      [](uint32_t px, uint32_t c) { return LightChanPair(px, c); });
@@ -173,9 +207,7 @@ void FastDarkleChan1615(const RowArgs &r) {
 
 void FastDarkleChan24(const RowArgs &r) {
   DarkleChan24Lone(Raw(r));
-  Pairs24<uint8_t, false>(r, PairElements<1>(r), NoStep, [](uint32_t v, uint32_t c, int64_t b) {
-    return DarkleChan24PairByte(v, c, b);
-  });
+  Pairs24<1>(r, [](uint32_t v, uint32_t c, int64_t b) { return DarkleChan24PairByte(v, c, b); });
 }
 
 void FastDarkleChan32(const RowArgs &r) {
@@ -202,13 +234,13 @@ void FastMaskDarkleChan1615(const RowArgs &r) {
 void FastMaskLightChan24(const RowArgs &r) {
   if (r.w & 1) KeyedLone<3>(Chan<3, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
   // A pixel drawn alone takes the left element.
-  auto plan = [elements = PairElements<2>(r)](int64_t q, bool keyL, bool) {
-    auto [el, er] = elements(q);
-    return std::pair<uint32_t, uint32_t>{el, keyL ? el : er};
-  };
-  Pairs24<uint16_t, true>(r, plan, NoStep, [](uint32_t v, uint32_t o, uint32_t c, uint32_t m) {
-    return m == kKeep ? o : LightChanByte16(v, c, m == kBoth);
-  });
+  KeyedPairs24<2>(
+      r, [](int64_t, int64_t, const uint8_t *) {},
+      [](const KeyedByte &k) {
+        bool pair = !k.otherKey;
+        uint32_t v = LightChanByte16(k.v, pair ? k.c : k.cLeft, pair);
+        return k.key ? k.o : v;
+      });
 }
 
 void FastMaskLightChan32(const RowArgs &r) {
@@ -225,16 +257,15 @@ void FastMaskLightChan32(const RowArgs &r) {
 void FastMaskDarkleChan24(const RowArgs &r) {
   auto x = Chan<3, 1>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
-  auto plan = PairElements<1>(r);
   auto misplaced = [&x, &r](int64_t q0, int64_t n, const uint8_t *key) {
     for (int64_t q = n - 1; q >= 0; --q) {
-      if (key[2 * q] == key[2 * q + 1]) continue;
+      if (key[6 * q] == key[6 * q + 3]) continue;
       PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * (q0 + q), r.b), q0 + q + 1);
       x.PutAt(m.off, m.v);
     }
   };
-  Pairs24<uint8_t, true>(r, plan, misplaced, [](uint32_t v, uint32_t o, uint32_t c, uint32_t m) {
-    return m == kBoth ? DarkleByte(v, c) : o;
+  KeyedPairs24<1>(r, misplaced, [](const KeyedByte &k) {
+    return k.key || k.otherKey ? k.o : DarkleByte(k.v, k.c);
   });
 }
 
