@@ -121,7 +121,7 @@ void MaskRow24(const RowArgs &r) {
     // Bytes 0..11 from the first half, 12..15 from the second.
     lo = _mm_blend_epi32(lo, _mm_slli_si128(hi, 8), 0x8);
     _mm_storeu_si128(reinterpret_cast<__m128i *>(dp), lo);
-    _mm_storeh_pd(reinterpret_cast<double *>(dp + 16), _mm_castsi128_pd(hi));
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(dp + 16), _mm_unpackhi_epi64(hi, hi));
   }
   MaskBytes24(d, s, groups * 8, n, key);
 }
