@@ -7,3 +7,7 @@ RKB_BLIT(RkTrans16, 2, rkb::Args::kA, 128);
 RKB_BLIT(RkTrans15, 2, rkb::Args::kA, 128);
 RKB_BLIT(RkTrans24, 3, rkb::Args::kA, 128);
 RKB_BLIT(RkTrans32, 4, rkb::Args::kA, 128);
+RKB_BLIT(RkMaskTrans16, 2, rkb::Args::kAKey, 128);
+RKB_BLIT(RkMaskTrans15, 2, rkb::Args::kAKey, 128);
+RKB_BLIT(RkMaskTrans24, 3, rkb::Args::kAKey, 128);
+RKB_BLIT(RkMaskTrans32, 4, rkb::Args::kAKey, 128);

@@ -15,6 +15,10 @@ RKT_BLIT(RkTrans16, 2, rkt::Args::kA);
 RKT_BLIT(RkTrans15, 2, rkt::Args::kA);
 RKT_BLIT(RkTrans24, 3, rkt::Args::kA);
 RKT_BLIT(RkTrans32, 4, rkt::Args::kA);
+RKT_BLIT(RkMaskTrans16, 2, rkt::Args::kAKey);
+RKT_BLIT(RkMaskTrans15, 2, rkt::Args::kAKey);
+RKT_BLIT(RkMaskTrans24, 3, rkt::Args::kAKey);
+RKT_BLIT(RkMaskTrans32, 4, rkt::Args::kAKey);
 
 namespace {
 
@@ -79,6 +83,13 @@ using FnA = decltype(&RkTrans16);
 Op Opacity(FnA fn, uint32_t a) {
   return [=](const RkSurface *d, const RkSurface *s, const RkSurface *, int32_t w) {
     fn(d, 0, 0, s, 0, 0, w, 1, a);
+  };
+}
+
+using FnAK = decltype(&RkMaskTrans16);
+Op Keyed(FnAK fn, uint32_t a, uint32_t key) {
+  return [=](const RkSurface *d, const RkSurface *s, const RkSurface *, int32_t w) {
+    fn(d, 0, 0, s, 0, 0, w, 1, a, key);
   };
 }
 
@@ -173,6 +184,89 @@ TEST(TransPins, Uniform) {
        {0x11223344},
        {0xAB000000},
        {0xAB000000}},
+  });
+}
+
+TEST(TransPins, Keyed) {
+  const uint32_t K = 0x1234;
+  RunPins({
+      // The 16-bit pair step reads the destination in place of the source.
+      {"16: width 2 keeps its destination",
+       2,
+       Keyed(RkMaskTrans16, 255, K),
+       {0xFFFF, 0xFFFF},
+       {0, 0},
+       {0, 0}},
+      {"16: width 3 blends only the lone pixel",
+       2,
+       Keyed(RkMaskTrans16, 255, K),
+       {0xFFFF, 0xFFFF, 0xFFFF},
+       {0, 0, 0},
+       {0, 0, 0xF7BE}},
+      {"16: width 6 keeps the pair after the group",
+       2,
+       Keyed(RkMaskTrans16, 255, K),
+       {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF},
+       {0, 0, 0, 0, 0, 0},
+       {0xF7BE, 0xF7BE, 0xF7BE, 0xF7BE, 0, 0}},
+      {"16: key pixel inside a group",
+       2,
+       Keyed(RkMaskTrans16, 255, K),
+       {0xFFFF, K, 0xFFFF, 0xFFFF},
+       {0, 0x8001, 0, 0},
+       {0xF7BE, 0x8001, 0xF7BE, 0xF7BE}},
+      {"16: opacity below 8 returns", 2, Keyed(RkMaskTrans16, 7, K), {0xFFFF}, {0}, {0}},
+      // At 5-5-5 a key pixel written back with weight 0 loses bit 15; one not written keeps it.
+      {"15: mixed group",
+       2,
+       Keyed(RkMaskTrans15, 128, K),
+       {K, 0, K, K},
+       {0x8001, 0x8000, 0x8002, 0x8003},
+       {0x0001, 0x4000, 0x0002, 0x0003}},
+      {"15: group of keys not written",
+       2,
+       Keyed(RkMaskTrans15, 128, K),
+       {K, K, K, K},
+       {0x8001, 0x8002, 0x8003, 0x8004},
+       {0x8001, 0x8002, 0x8003, 0x8004}},
+      {"15: lone key pixel skipped", 2, Keyed(RkMaskTrans15, 128, K), {K}, {0x8001}, {0x8001}},
+      {"15: the pair reads the source",
+       2,
+       Keyed(RkMaskTrans15, 255, K),
+       {K, 0x7FFF},
+       {0x8005, 0},
+       {0x0005, 0x7BDE}},
+      {"15: the key includes bit 15",
+       2,
+       Keyed(RkMaskTrans15, 255, 0x9234),
+       {0x1234},
+       {0},
+       {0x0E13}},
+      {"24: key bits above 24 ignored",
+       3,
+       Keyed(RkMaskTrans24, 128, 0xFF123456),
+       {0x123456, 0xFFFFFF, 0x123456},
+       {0, 0, 0},
+       {0, 0x7F7F7F, 0}},
+      // At 32 bits a pixel blended alone gets 0 in its fourth byte; the key ignores it.
+      {"32: partner is the key",
+       4,
+       Keyed(RkMaskTrans32, 128, 0x00FF00FF),
+       {0x80FFFFFF, 0x12FF00FF},
+       {0x40000000, 0x55667788},
+       {0x007F7F7F, 0x55667788}},
+      {"32: pair blends its fourth bytes",
+       4,
+       Keyed(RkMaskTrans32, 128, 0x00FF00FF),
+       {0x80FFFFFF, 0x80FFFFFF},
+       {0, 0},
+       {0x407F7F7F, 0x407F7F7F}},
+      {"32: opacity 0 returns",
+       4,
+       Keyed(RkMaskTrans32, 0, 0),
+       {0x80FFFFFF},
+       {0x40000000},
+       {0x40000000}},
   });
 }
 

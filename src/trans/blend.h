@@ -251,5 +251,12 @@ inline void Put16(uint8_t *p, uint16_t v) {
   std::memcpy(p, &v, 2);
 }
 
+inline uint32_t Get32(const uint8_t *p) {
+  uint32_t v;
+  std::memcpy(&v, p, 4);
+  if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap32(v);
+  return v;
+}
+
 }  // namespace trans
 RK_NS_END

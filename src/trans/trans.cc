@@ -56,6 +56,10 @@ struct Trans24 : BlitKernel<3> {
 using Trans16 = Kernel16<Color16, Uniform, KernelId::RkTrans16>;
 using Trans15 = Kernel16<Color15, Uniform, KernelId::RkTrans15>;
 using Trans32 = KernelPix<4, Uniform, KernelId::RkTrans32>;
+using MaskTrans16 = Kernel16<Color16, UniformKeyed, KernelId::RkMaskTrans16>;
+using MaskTrans15 = Kernel16<Color15, UniformKeyed, KernelId::RkMaskTrans15>;
+using MaskTrans24 = KernelPix<3, UniformKeyed, KernelId::RkMaskTrans24>;
+using MaskTrans32 = KernelPix<4, UniformKeyed, KernelId::RkMaskTrans32>;
 
 }  // namespace trans
 RK_NS_END
@@ -64,3 +68,7 @@ RK_EXPORT_BLIT_A(RkTrans16, rk::trans::Trans16, opacity)
 RK_EXPORT_BLIT_A(RkTrans15, rk::trans::Trans15, opacity)
 RK_EXPORT_BLIT_A(RkTrans24, rk::trans::Trans24, opacity)
 RK_EXPORT_BLIT_A(RkTrans32, rk::trans::Trans32, opacity)
+RK_EXPORT_BLIT_AB(RkMaskTrans16, rk::trans::MaskTrans16, opacity, keyColour)
+RK_EXPORT_BLIT_AB(RkMaskTrans15, rk::trans::MaskTrans15, opacity, keyColour)
+RK_EXPORT_BLIT_AB(RkMaskTrans24, rk::trans::MaskTrans24, opacity, keyColour)
+RK_EXPORT_BLIT_AB(RkMaskTrans32, rk::trans::MaskTrans32, opacity, keyColour)
