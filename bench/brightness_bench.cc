@@ -13,3 +13,7 @@ RKB_LEVELS(RkLight16, 2, rkb::Args::kA);
 RKB_LEVELS(RkLight15, 2, rkb::Args::kA);
 RKB_LEVELS(RkLight24, 3, rkb::Args::kA);
 RKB_LEVELS(RkLight32, 4, rkb::Args::kA);
+RKB_LEVELS(RkDarkle16, 2, rkb::Args::kA);
+RKB_LEVELS(RkDarkle15, 2, rkb::Args::kA);
+RKB_LEVELS(RkDarkle24, 3, rkb::Args::kA);
+RKB_LEVELS(RkDarkle32, 4, rkb::Args::kA);

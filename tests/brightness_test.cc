@@ -13,6 +13,10 @@ RKT_BLIT(RkLight16, 2, rkt::Args::kA);
 RKT_BLIT(RkLight15, 2, rkt::Args::kA);
 RKT_BLIT(RkLight24, 3, rkt::Args::kA, 0, true);
 RKT_BLIT(RkLight32, 4, rkt::Args::kA, 0, true);
+RKT_BLIT(RkDarkle16, 2, rkt::Args::kA);
+RKT_BLIT(RkDarkle15, 2, rkt::Args::kA);
+RKT_BLIT(RkDarkle24, 3, rkt::Args::kA);
+RKT_BLIT(RkDarkle32, 4, rkt::Args::kA);
 
 namespace {
 
@@ -127,6 +131,73 @@ TEST(Brightness, LightPins) {
   });
 }
 // clang-format on
+
+// clang-format off
+TEST(Brightness, DarklePins) {
+  const uint32_t A = 0xAAAA, B = 0xAAAAAA, Q = 0xAAAAAAAA;
+  RunPins({
+      {"level 0 gives black", RkDarkle16, nullptr, 2, 3, 1, 0, 3, 0, 0,
+       {0xFFFF, 0x1234, 0x0020}, {A, A, A}, {0, 0, 0}, {}},
+      {"level 256 copies", RkDarkle16, nullptr, 2, 3, 1, 0, 3, 256, 0,
+       {0xFFFF, 0x1234, 0xABCD}, {A, A, A}, {0xFFFF, 0x1234, 0xABCD}, {}},
+      {"level 255 truncates: 0xFFFF becomes 0xF7BE", RkDarkle16, nullptr, 2, 3, 1, 0, 3, 255, 0,
+       {0xFFFF, 0xFFFF, 0xFFFF}, {A, A, A}, {0xF7BE, 0xF7BE, 0xF7BE}, {}},
+      {"scale 64: the packed blue spills into green, the single pixel masks it", RkDarkle16, nullptr, 2, 3, 1, 0, 3, 512, 0,
+       {0x001F, 0x001F, 0x001F}, {A, A, A}, {0x003E, 0x003E, 0x001E}, {}},
+      {"scale 2048: the single pixel carries red into green", RkDarkle16, nullptr, 2, 3, 1, 0, 3, 16384, 0,
+       {0xF800, 0xF800, 0xF800}, {A, A, A}, {0x0000, 0x0000, 0x0020}, {}},
+      {"depth 15: bit 15 is ignored", RkDarkle15, nullptr, 2, 3, 1, 0, 3, 2000, 0,
+       {0x8000, 0x8000, 0x8000}, {A, A, A}, {0, 0, 0}, {}},
+      {"depth 15, level 256 copies and clears bit 15", RkDarkle15, nullptr, 2, 3, 1, 0, 3, 256, 0,
+       {0xFFFF, 0x8421, 0x7FFF}, {A, A, A}, {0x7FFF, 0x0421, 0x7FFF}, {}},
+      // Width 2 on rows of 3 pixels: from the third row on the single-pixel step writes
+      // column 2 from source column 2.
+      {"third row: the single-pixel step at column width", RkDarkle16, nullptr, 2, 3, 3, 0, 2, 512, 0,
+       std::vector<uint32_t>(9, 0x001F), std::vector<uint32_t>(9, A),
+       {0x003E, 0x003E, A, 0x003E, 0x003E, A, 0x003E, 0x003E, 0x001E}, {}},
+      {"depth 24, width 1: all three bytes", RkDarkle24, nullptr, 3, 1, 1, 0, 1, 128, 0,
+       {0xFF8001}, {B}, {0x7F4000}, {}},
+      {"depth 24, level 512 wraps: (2v) mod 256", RkDarkle24, nullptr, 3, 2, 1, 0, 2, 512, 0,
+       {0x817F80, 0x000102}, {B, B}, {0x02FE00, 0x000204}, {}},
+      {"depth 32, level 0: all four bytes 0", RkDarkle32, nullptr, 4, 3, 1, 0, 3, 0, 0,
+       {0xFFFFFFFF, 0x12345678, 0x80808080}, {Q, Q, Q}, {0, 0, 0}, {}},
+      {"depth 32: the fourth byte is scaled too", RkDarkle32, nullptr, 4, 3, 1, 0, 3, 128, 0,
+       {0xFF804020, 0x02020202, 0x01FF0100}, {Q, Q, Q}, {0x7F402010, 0x01010101, 0x007F0000}, {}},
+  });
+}
+// clang-format on
+
+// Up to level 263 both Darkle paths truncate: floor(c * (level >> 3) / 32) per field.
+// The packed path is checked on one row of every pixel value, the single-pixel path on
+// a column of one-pixel rows (from the third row on each takes the single step).
+TEST(Brightness, DarkleTruncatesUpToLevel263) {
+  std::vector<uint16_t> src(65536), dst(65536);
+  for (uint32_t i = 0; i < 65536; ++i) src[i] = static_cast<uint16_t>(i);
+  RkSurface row{0, 65536, 1, 131072, 0, src.data()}, drow{0, 65536, 1, 131072, 0, dst.data()};
+  RkSurface col{0, 1, 65536, 2, 0, src.data()}, dcol{0, 1, 65536, 2, 0, dst.data()};
+  const struct {
+    LevelFn fn;
+    int redShift;
+    uint32_t greenMax;
+  } members[] = {{RkDarkle16, 11, 63}, {RkDarkle15, 10, 31}};
+  for (const auto &m : members) {
+    for (uint32_t level : {0u, 9u, 100u, 200u, 255u, 263u}) {
+      auto down = [k = level >> 3](uint32_t c) { return c * k / 32; };
+      for (bool single : {false, true}) {
+        if (single) {
+          m.fn(&dcol, 0, 0, &col, 0, 0, 1, 65536, level);
+        } else {
+          m.fn(&drow, 0, 0, &row, 0, 0, 65536, 1, level);
+        }
+        for (uint32_t p = 0; p < 65536; ++p) {
+          uint32_t want = down(p >> m.redShift & 31) << m.redShift |
+                          down(p >> 5 & m.greenMax) << 5 | down(p & 31);
+          ASSERT_EQ(dst[p], want) << "p " << p << " level " << level << " single " << single;
+        }
+      }
+    }
+  }
+}
 
 // Within factors 0..31 Light rounds up (green one step higher at depth 16, and never
 // above a field's top); checked on every pixel value against that closed form.

@@ -65,12 +65,12 @@ constexpr uint32_t LightByte(uint32_t v, uint32_t s) { return (((v * s) >> 8) + 
 // so a set bit 15 enters red as 32.
 template <class F, bool kRedWord = false>
 constexpr uint32_t DarkleLane(uint32_t p, uint32_t k) {
-  p &= 0xFFFF;
-  uint32_t r = kRedWord ? p >> F::kRShift : RedOf<F>(p);
-  uint32_t red = ((r * k) << (F::kRShift - 5)) & F::kR;
-  uint32_t green = (((p & F::kG) >> 5) * k) & F::kG;
-  uint32_t blue = ((BlueOf<F>(p) * k) & 0xFFFF) >> 5;
-  return red | green | blue;
+  auto w = static_cast<uint16_t>(p), k16 = static_cast<uint16_t>(k);
+  auto r = static_cast<uint16_t>(kRedWord ? w >> F::kRShift : RedOf<F>(w));
+  auto red = static_cast<uint16_t>(static_cast<uint16_t>(r * k16) << (F::kRShift - 5)) & F::kR;
+  auto green = static_cast<uint16_t>(((w & F::kG) >> 5) * k16) & F::kG;
+  auto blue = static_cast<uint16_t>(BlueOf<F>(w) * k16) >> 5;
+  return static_cast<uint16_t>(red | green | blue);
 }
 
 // The single-pixel path of depths 16/15, with the full 32-bit factor: green moves to
@@ -89,7 +89,9 @@ constexpr uint32_t DarkleSingle(uint32_t p, uint32_t k) {
 }
 
 // Depths 24 and 32 and the packed path of the masked ones: the product wraps in 16 bits.
-constexpr uint32_t DarkleByte(uint32_t v, uint32_t s) { return ((v * s) & 0xFFFF) >> 8; }
+constexpr uint32_t DarkleByte(uint32_t v, uint32_t s) {
+  return static_cast<uint16_t>(static_cast<uint16_t>(v) * static_cast<uint16_t>(s)) >> 8;
+}
 // A byte done alone by the masked members: a 32-bit product.
 constexpr uint32_t DarkleByteSingle(uint32_t v, uint32_t s) { return ((v * s) >> 8) & 0xFF; }
 

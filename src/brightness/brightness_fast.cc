@@ -2,4 +2,7 @@
 #include "brightness/fast_rows.h"
 #include "module/fast.h"
 
-RK_FAST_FAMILY(brightness) { bright::RegisterLightFast(t); }
+RK_FAST_FAMILY(brightness) {
+  bright::RegisterLightFast(t);
+  bright::RegisterDarkleFast(t);
+}

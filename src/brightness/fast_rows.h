@@ -8,6 +8,7 @@ RK_NS_BEGIN
 namespace bright {
 
 void RegisterLightFast(KernelTable &t);
+void RegisterDarkleFast(KernelTable &t);
 
 }  // namespace bright
 RK_NS_END
