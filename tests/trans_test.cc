@@ -1,0 +1,320 @@
+// The translucent blits: the differential driver on every member, the blend
+// formulas against the exact rule, and pinned rows for the irregular results.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <vector>
+
+#include "driver.h"
+#include "rkpix.h"
+#include "toolkit.h"
+#include "trans/blend.h"
+
+RKT_BLIT(RkTrans16, 2, rkt::Args::kA);
+RKT_BLIT(RkTrans15, 2, rkt::Args::kA);
+RKT_BLIT(RkTrans24, 3, rkt::Args::kA);
+RKT_BLIT(RkTrans32, 4, rkt::Args::kA);
+RKT_BLIT(RkMaskTrans16, 2, rkt::Args::kAKey);
+RKT_BLIT(RkMaskTrans15, 2, rkt::Args::kAKey);
+RKT_BLIT(RkMaskTrans24, 3, rkt::Args::kAKey);
+RKT_BLIT(RkMaskTrans32, 4, rkt::Args::kAKey);
+
+namespace {
+
+namespace tr = rk::trans;
+
+// d + floor((s - d) * w / den), floor towards minus infinity.
+int32_t Exact(int32_t s, int32_t d, int32_t w, int32_t den) {
+  int32_t p = (s - d) * w;
+  return d + (p >= 0 ? p / den : -((-p + den - 1) / den));
+}
+
+template <class F>
+uint32_t ExactPixel(uint32_t s, uint32_t d, int32_t w) {
+  auto f = [&](uint32_t mask, int shift) {
+    return static_cast<uint32_t>(Exact(static_cast<int32_t>((s & mask) >> shift),
+                                       static_cast<int32_t>((d & mask) >> shift), w, 32))
+           << shift;
+  };
+  return f(F::kR, F::kRShift) | f(F::kG, F::kGShift) | f(F::kB, 0);
+}
+
+// For weights 0..31 both 16-bit forms give the exact rule (bit 15 clear at 5-5-5);
+// the unmasked blue lanes add their stray bits exactly when blue goes down.
+template <class F>
+void CheckForms(rkt::Rng &rng) {
+  for (int i = 0; i < 20000; ++i) {
+    uint32_t s = rng.U32() & 0xFFFF, d = rng.U32() & 0xFFFF;
+    if (tr::kIs15<F>) s &= 0x7FFF, d &= 0x7FFF;
+    auto w = static_cast<uint16_t>(rng.Range(0, 31));
+    uint32_t want = ExactPixel<F>(s, d, w);
+    bool down = (s & 0x1F) < (d & 0x1F) && w > 0;
+    auto ls = static_cast<uint16_t>(s), ld = static_cast<uint16_t>(d);
+    ASSERT_EQ(tr::SingleBlend<F>(s, d, w), want) << std::hex << s << " " << d << " w " << w;
+    ASSERT_EQ(tr::LaneBlend<F>(ls, ld, w), want) << std::hex << s << " " << d << " w " << w;
+    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAdd16>(ls, ld, w)), want | (down ? 0x0800u : 0u));
+    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAddBytes>(ls, ld, w)), want | (down ? 0x0700u : 0u));
+  }
+}
+
+TEST(TransForms, SixteenBitFormsFollowTheExactRule) {
+  rkt::Rng rng(rkt::BaseSeed());
+  CheckForms<rk::Color16>(rng);
+  CheckForms<rk::Color15>(rng);
+}
+
+TEST(TransForms, ByteRuleIsTheExactRuleAndWeight256Copies) {
+  for (int32_t w = 0; w <= 256; ++w)
+    for (int32_t s = 0; s < 256; s += 3)
+      for (int32_t d = 0; d < 256; d += 5) {
+        int32_t want = w == 256 ? s : Exact(s, d, w, 256);
+        ASSERT_EQ(tr::ByteBlend(static_cast<uint8_t>(s), static_cast<uint8_t>(d),
+                                static_cast<uint16_t>(w)),
+                  want)
+            << s << " " << d << " w " << w;
+      }
+}
+
+// Pinned rows: one-row surfaces, the call at (0, 0) with the row's width.
+using Op = std::function<void(const RkSurface *, const RkSurface *, const RkSurface *, int32_t)>;
+using FnA = decltype(&RkTrans16);
+
+Op Opacity(FnA fn, uint32_t a) {
+  return [=](const RkSurface *d, const RkSurface *s, const RkSurface *, int32_t w) {
+    fn(d, 0, 0, s, 0, 0, w, 1, a);
+  };
+}
+
+using FnAK = decltype(&RkMaskTrans16);
+Op Keyed(FnAK fn, uint32_t a, uint32_t key) {
+  return [=](const RkSurface *d, const RkSurface *s, const RkSurface *, int32_t w) {
+    fn(d, 0, 0, s, 0, 0, w, 1, a, key);
+  };
+}
+
+struct Pin {
+  const char *what;
+  int bpp;
+  Op op;
+  std::vector<uint32_t> src, dst, want, chan = {};
+};
+
+std::vector<uint8_t> Pack(const std::vector<uint32_t> &px, int bpp) {
+  std::vector<uint8_t> b(px.size() * static_cast<size_t>(bpp));
+  for (size_t i = 0; i < px.size(); ++i)
+    for (int k = 0; k < bpp; ++k) b[i * bpp + k] = static_cast<uint8_t>(px[i] >> 8 * k);
+  return b;
+}
+
+void RunPins(const std::vector<Pin> &pins) {
+  for (const Pin &p : pins) {
+    auto w = static_cast<int32_t>(p.dst.size());
+    std::vector<uint8_t> src = Pack(p.src, p.bpp), want = Pack(p.want, p.bpp);
+    std::vector<uint8_t> chan(p.chan.begin(), p.chan.end());
+    for (rk::Level level : rk::AvailableLevels()) {
+      std::vector<uint8_t> dst = Pack(p.dst, p.bpp);
+      RkSurface d{0, w, 1, w * p.bpp, 0, dst.data()}, s{0, w, 1, w * p.bpp, 0, src.data()};
+      RkSurface c{0, static_cast<int32_t>(chan.size()),
+                  1, static_cast<int32_t>(chan.size()),
+                  0, chan.data()};
+      rk::Level saved = rk::UseLevel(level);
+      p.op(&d, &s, &c, w);
+      rk::UseLevel(saved);
+      EXPECT_EQ(dst, want) << p.what << " (level " << rk::LevelName(level) << ")";
+    }
+  }
+}
+
+TEST(TransPins, Uniform) {
+  RunPins({
+      {"255 of 32 is not opaque: lone pixel", 2, Opacity(RkTrans16, 255), {0xFFFF}, {0}, {0xF7BE}},
+      {"255 of 32 is not opaque: group",
+       2,
+       Opacity(RkTrans16, 255),
+       {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF},
+       {0, 0, 0, 0},
+       {0xF7BE, 0xF7BE, 0xF7BE, 0xF7BE}},
+      {"opacity below 8 returns", 2, Opacity(RkTrans16, 7), {0xFFFF, 0xFFFF}, {1, 2}, {1, 2}},
+      {"opacity below 8 returns at 5-5-5", 2, Opacity(RkTrans15, 7), {0xFFFF}, {0x8001}, {0x8001}},
+      // Source bit 15 set, destination clear: red gains weight mod 32 in pairs and
+      // groups; the lone pixel ignores bit 15. Written pixels lose bit 15.
+      {"5-5-5 pair: red bit-15 effect",
+       2,
+       Opacity(RkTrans15, 128),
+       {0x8000, 0x8000},
+       {0, 0},
+       {0x4000, 0x4000}},
+      {"5-5-5 group: red bit-15 effect, destination side",
+       2,
+       Opacity(RkTrans15, 255),
+       {0x8000, 0, 0x8000, 0},
+       {0, 0x8000, 0x8000, 0},
+       {0x7C00, 0x0400, 0, 0}},
+      {"5-5-5 lone pixel ignores bit 15", 2, Opacity(RkTrans15, 128), {0x8000}, {0x8000}, {0}},
+      {"5-5-5 width 3: lone pixel and pair differ",
+       2,
+       Opacity(RkTrans15, 128),
+       {0x8000, 0x8000, 0x8000},
+       {0, 0, 0},
+       {0x4000, 0x4000, 0}},
+      {"8-bit rounding: floor of 127.5 both ways",
+       3,
+       Opacity(RkTrans24, 128),
+       {0x00FF00},
+       {0xFF00FF},
+       {0x7F7F7F}},
+      {"opacity 256 copies", 3, Opacity(RkTrans24, 256), {0x123456}, {0xABCDEF}, {0x123456}},
+      // Pairs blend the fourth byte; the lone last pixel gets 0 there.
+      {"32: width 3",
+       4,
+       Opacity(RkTrans32, 128),
+       {0x80FF00FF, 0x80FF00FF, 0x80FF00FF},
+       {0x0000FF00, 0x0000FF00, 0x0000FF00},
+       {0x407F7F7F, 0x407F7F7F, 0x007F7F7F}},
+      {"32: opacity 256 copies, lone fourth byte still 0",
+       4,
+       Opacity(RkTrans32, 256),
+       {0x11223344, 0x55667788, 0x99AABBCC},
+       {0, 0, 0},
+       {0x11223344, 0x55667788, 0x00AABBCC}},
+      {"32: opacity 0 returns (no fourth byte cleared)",
+       4,
+       Opacity(RkTrans32, 0),
+       {0x11223344},
+       {0xAB000000},
+       {0xAB000000}},
+  });
+}
+
+TEST(TransPins, Keyed) {
+  const uint32_t K = 0x1234;
+  RunPins({
+      // The 16-bit pair step reads the destination in place of the source.
+      {"16: width 2 keeps its destination",
+       2,
+       Keyed(RkMaskTrans16, 255, K),
+       {0xFFFF, 0xFFFF},
+       {0, 0},
+       {0, 0}},
+      {"16: width 3 blends only the lone pixel",
+       2,
+       Keyed(RkMaskTrans16, 255, K),
+       {0xFFFF, 0xFFFF, 0xFFFF},
+       {0, 0, 0},
+       {0, 0, 0xF7BE}},
+      {"16: width 6 keeps the pair after the group",
+       2,
+       Keyed(RkMaskTrans16, 255, K),
+       {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF},
+       {0, 0, 0, 0, 0, 0},
+       {0xF7BE, 0xF7BE, 0xF7BE, 0xF7BE, 0, 0}},
+      {"16: key pixel inside a group",
+       2,
+       Keyed(RkMaskTrans16, 255, K),
+       {0xFFFF, K, 0xFFFF, 0xFFFF},
+       {0, 0x8001, 0, 0},
+       {0xF7BE, 0x8001, 0xF7BE, 0xF7BE}},
+      {"16: opacity below 8 returns", 2, Keyed(RkMaskTrans16, 7, K), {0xFFFF}, {0}, {0}},
+      // At 5-5-5 a key pixel written back with weight 0 loses bit 15; one not written keeps it.
+      {"15: mixed group",
+       2,
+       Keyed(RkMaskTrans15, 128, K),
+       {K, 0, K, K},
+       {0x8001, 0x8000, 0x8002, 0x8003},
+       {0x0001, 0x4000, 0x0002, 0x0003}},
+      {"15: group of keys not written",
+       2,
+       Keyed(RkMaskTrans15, 128, K),
+       {K, K, K, K},
+       {0x8001, 0x8002, 0x8003, 0x8004},
+       {0x8001, 0x8002, 0x8003, 0x8004}},
+      {"15: lone key pixel skipped", 2, Keyed(RkMaskTrans15, 128, K), {K}, {0x8001}, {0x8001}},
+      {"15: the pair reads the source",
+       2,
+       Keyed(RkMaskTrans15, 255, K),
+       {K, 0x7FFF},
+       {0x8005, 0},
+       {0x0005, 0x7BDE}},
+      {"15: the key includes bit 15",
+       2,
+       Keyed(RkMaskTrans15, 255, 0x9234),
+       {0x1234},
+       {0},
+       {0x0E13}},
+      {"24: key bits above 24 ignored",
+       3,
+       Keyed(RkMaskTrans24, 128, 0xFF123456),
+       {0x123456, 0xFFFFFF, 0x123456},
+       {0, 0, 0},
+       {0, 0x7F7F7F, 0}},
+      // At 32 bits a pixel blended alone gets 0 in its fourth byte; the key ignores it.
+      {"32: partner is the key",
+       4,
+       Keyed(RkMaskTrans32, 128, 0x00FF00FF),
+       {0x80FFFFFF, 0x12FF00FF},
+       {0x40000000, 0x55667788},
+       {0x007F7F7F, 0x55667788}},
+      {"32: pair blends its fourth bytes",
+       4,
+       Keyed(RkMaskTrans32, 128, 0x00FF00FF),
+       {0x80FFFFFF, 0x80FFFFFF},
+       {0, 0},
+       {0x407F7F7F, 0x407F7F7F}},
+      {"32: opacity 0 returns",
+       4,
+       Keyed(RkMaskTrans32, 0, 0),
+       {0x80FFFFFF},
+       {0x40000000},
+       {0x40000000}},
+  });
+}
+
+// A row of 16-bit pixels blended onto itself one pixel to the right: the units run
+// right to left and each reads its pixels before writing them, so whether a unit
+// sees its left neighbour's result shows the order.
+std::vector<uint16_t> ShiftRight16(FnA fn, uint32_t a, std::vector<uint16_t> row, int32_t w) {
+  auto n = static_cast<int32_t>(row.size());
+  RkSurface s{0, n, 1, n * 2, 0, row.data()};
+  fn(&s, 1, 0, &s, 0, 0, w, 1, a);
+  return row;
+}
+
+TEST(TransPins, UnitsRunRightToLeft) {
+  using V = std::vector<uint16_t>;
+  const uint16_t F = 0xFFFF, H = 0xF7BE;  // H: 0xFFFF over 0 at 31 of 32
+  for (rk::Level level : rk::AvailableLevels()) {
+    rk::Level saved = rk::UseLevel(level);
+    // Two groups: the right group reads column 4 before the left group rewrites it.
+    EXPECT_EQ(ShiftRight16(RkTrans16, 255, V{F, F, F, F, 0, 0, 0, 0, 0}, 8),
+              (V{F, F, F, F, H, 0, 0, 0, 0}));
+    // Width 7: the lone pixel first, then the pair, then the group.
+    EXPECT_EQ(ShiftRight16(RkTrans16, 255, V{F, F, F, F, F, F, 0, 0}, 7),
+              (V{F, F, F, F, F, F, H, 0}));
+    rk::UseLevel(saved);
+  }
+}
+
+// RkTrans24 walks bytes: the last (3w) mod 4, then 4, then blocks of 8, right to
+// left. Seen through two records one byte apart (source one byte right of the
+// destination), a unit reads the byte its right neighbour unit already wrote.
+TEST(TransPins, Trans24ByteRuns) {
+  for (rk::Level level : rk::AvailableLevels()) {
+    rk::Level saved = rk::UseLevel(level);
+    std::vector<uint8_t> buf(16);
+    for (size_t i = 0; i < buf.size(); ++i) buf[i] = static_cast<uint8_t>(0xB0 + i);
+    RkSurface d{0, 5, 1, 15, 0, buf.data()}, s{0, 5, 1, 15, 0, buf.data() + 1};
+    RkTrans24(&d, 0, 0, &s, 0, 0, 5, 1, 256);  // 15 bytes: 3 trailing, 4, one block of 8
+    const std::vector<uint8_t> want = {0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB9,
+                                       0xB9, 0xBA, 0xBB, 0xBD, 0xBD, 0xBE, 0xBF, 0xBF};
+    EXPECT_EQ(buf, want) << rk::LevelName(level);
+    // The same through a pixel record pair 3 bytes apart is a plain move.
+    for (size_t i = 0; i < buf.size(); ++i) buf[i] = static_cast<uint8_t>(0xB0 + i);
+    RkSurface d3{0, 5, 1, 15, 0, buf.data() + 1}, s3{0, 5, 1, 15, 0, buf.data()};
+    RkTrans24(&d3, 0, 0, &s3, 0, 0, 5, 1, 256);
+    for (size_t i = 1; i < buf.size(); ++i) EXPECT_EQ(buf[i], 0xB0 + i - 1) << i;
+    rk::UseLevel(saved);
+  }
+}
+
+}  // namespace
