@@ -11,6 +11,7 @@
 
 #include "frame/clip.h"
 #include "frame/zoom.h"
+#include "module/checked.h"
 #include "module/dispatch.h"
 #include "rkpix.h"
 
@@ -183,6 +184,7 @@ RK_NS_END
 #define RK_EXPORT_ZOOM(name, K)                                                            \
   extern "C" RKPIX_API void RKPIX_CALL name(const RkSurface *dst, const RkRect *dstRect,   \
                                             const RkSurface *src, const RkRect *srcRect) { \
+    RK_CHECKED(::rk::CheckZoom(K::kId, dst, dstRect, src, srcRect));                       \
     ::rk::RunZoom<K>(*dst, *dstRect, *src, *srcRect);                                      \
   }
 
