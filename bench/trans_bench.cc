@@ -11,3 +11,7 @@ RKB_BLIT(RkMaskTrans16, 2, rkb::Args::kAKey, 128);
 RKB_BLIT(RkMaskTrans15, 2, rkb::Args::kAKey, 128);
 RKB_BLIT(RkMaskTrans24, 3, rkb::Args::kAKey, 128);
 RKB_BLIT(RkMaskTrans32, 4, rkb::Args::kAKey, 128);
+RKB_BLIT(RkTransWithChannel16, 2, rkb::Args::kChannel, 0, 1);
+RKB_BLIT(RkTransWithChannel15, 2, rkb::Args::kChannel, 0, 1);
+RKB_BLIT(RkTransWithChannel24, 3, rkb::Args::kChannel, 0, 1);
+RKB_BLIT(RkTransWithChannel32, 4, rkb::Args::kChannel, 0, 1);

@@ -19,6 +19,10 @@ RKT_BLIT(RkMaskTrans16, 2, rkt::Args::kAKey);
 RKT_BLIT(RkMaskTrans15, 2, rkt::Args::kAKey);
 RKT_BLIT(RkMaskTrans24, 3, rkt::Args::kAKey);
 RKT_BLIT(RkMaskTrans32, 4, rkt::Args::kAKey);
+RKT_BLIT(RkTransWithChannel16, 2, rkt::Args::kChannel, 1);
+RKT_BLIT(RkTransWithChannel15, 2, rkt::Args::kChannel, 1);
+RKT_BLIT(RkTransWithChannel24, 3, rkt::Args::kChannel, 1);
+RKT_BLIT(RkTransWithChannel32, 4, rkt::Args::kChannel, 1);
 
 namespace {
 
@@ -90,6 +94,13 @@ using FnAK = decltype(&RkMaskTrans16);
 Op Keyed(FnAK fn, uint32_t a, uint32_t key) {
   return [=](const RkSurface *d, const RkSurface *s, const RkSurface *, int32_t w) {
     fn(d, 0, 0, s, 0, 0, w, 1, a, key);
+  };
+}
+
+using FnC = decltype(&RkTransWithChannel16);
+Op Chan(FnC fn) {
+  return [=](const RkSurface *d, const RkSurface *s, const RkSurface *c, int32_t w) {
+    fn(d, 0, 0, s, 0, 0, w, 1, c, 0, 0);
   };
 }
 
@@ -268,6 +279,105 @@ TEST(TransPins, Keyed) {
        {0x40000000},
        {0x40000000}},
   });
+}
+
+TEST(TransPins, Channel) {
+  RunPins({
+      // Unmasked blue lanes: a borrow leaves bit 11 set in pairs, bits 8..10 in groups.
+      {"16: pair stray bit 11",
+       2,
+       Chan(RkTransWithChannel16),
+       {0, 0},
+       {0x1F, 0x1F},
+       {0x0800, 0x0800},
+       {255, 255}},
+      {"16: group stray bits 8..10",
+       2,
+       Chan(RkTransWithChannel16),
+       {0, 0, 0, 0},
+       {0x1F, 0x1F, 0x1F, 0x1F},
+       {0x0700, 0x0700, 0x0700, 0x0700},
+       {255, 255, 255, 255}},
+      {"16: lone pixel exact", 2, Chan(RkTransWithChannel16), {0}, {0x1F}, {0}, {255}},
+      {"15: pair, group, lone",
+       2,
+       Chan(RkTransWithChannel15),
+       {0, 0, 0, 0, 0, 0, 0},
+       {0x1F, 0x1F, 0x1F, 0x1F, 0x1F, 0x1F, 0x1F},
+       {0x0700, 0x0700, 0x0700, 0x0700, 0x0800, 0x0800, 0},
+       {255, 255, 255, 255, 255, 255, 255}},
+      {"16: weight c >> 3 of 32, per pixel",
+       2,
+       Chan(RkTransWithChannel16),
+       {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF},
+       {0, 0, 0, 0},
+       {0, 0x0020, 0x7BEF, 0xF7BE},
+       {7, 8, 128, 255}},
+      // Weight 0 rewrites a 5-5-5 pixel without bit 15, in every unit.
+      {"15: channel below 8 clears bit 15",
+       2,
+       Chan(RkTransWithChannel15),
+       {0x8123, 0x8123, 0x8123, 0x8123, 0x8123, 0x8123, 0x8123},
+       {0x8123, 0x8123, 0x8123, 0x8123, 0x8123, 0x8123, 0x8123},
+       {0x0123, 0x0123, 0x0123, 0x0123, 0x0123, 0x0123, 0x0123},
+       {0, 7, 0, 7, 0, 7, 0}},
+      {"15: red bit-15 effect in the pair only",
+       2,
+       Chan(RkTransWithChannel15),
+       {0x8000, 0x8000, 0x8000},
+       {0, 0, 0},
+       {0x4000, 0x4000, 0},
+       {128, 128, 128}},
+      {"24: weight c of 256, per pixel",
+       3,
+       Chan(RkTransWithChannel24),
+       {0xFFFFFF, 0xFFFFFF, 0xFFFFFF},
+       {0, 0, 0},
+       {0x7F7F7F, 0xFEFEFE, 0},
+       {128, 255, 1}},
+      {"32: channel 0 still clears the lone fourth byte",
+       4,
+       Chan(RkTransWithChannel32),
+       {0x11223344, 0x11223344, 0x11223344},
+       {0xAB112233, 0xAB112233, 0xAB112233},
+       {0xAB112233, 0xAB112233, 0x00112233},
+       {0, 0, 0}},
+      {"32: pairs blend the fourth byte with their own c",
+       4,
+       Chan(RkTransWithChannel32),
+       {0xFF000000, 0xFF000000},
+       {0, 0},
+       {0x7F000000, 0xFE000000},
+       {128, 255}},
+  });
+}
+
+// The channel plane holds the whole clipped rectangle or nothing is drawn; its
+// position moves with the left clip; a position left of the plane reads through the
+// guard (0 where the plane owns no memory).
+TEST(TransPins, ChannelRule) {
+  struct Row {
+    int32_t chanW, dstX, chanX;
+    std::vector<uint32_t> want;
+  };
+  const Row rows[] = {
+      {4, 0, 0, {0x7F7F7F, 0xFEFEFE, 0x3F3F3F, 0x1F1F1F}},
+      {3, 0, 0, {0, 0, 0, 0}},                        // one column short: nothing
+      {4, 0, 1, {0, 0, 0, 0}},                        // moved one column too far
+      {4, -1, 0, {0xFEFEFE, 0x3F3F3F, 0x1F1F1F, 0}},  // left clip moves the plane too
+      {4, 0, -1, {0, 0x7F7F7F, 0xFEFEFE, 0x3F3F3F}},  // column -1 is outside the plane: weight 0
+  };
+  for (const Row &r : rows) {
+    for (rk::Level level : rk::AvailableLevels()) {
+      std::vector<uint8_t> src(12, 0xFF), dst(12, 0), chan = {128, 255, 64, 32};
+      RkSurface d{0, 4, 1, 12, 0, dst.data()}, s{0, 4, 1, 12, 0, src.data()};
+      RkSurface c{0, r.chanW, 1, 4, 0, chan.data()};
+      rk::Level saved = rk::UseLevel(level);
+      RkTransWithChannel24(&d, r.dstX, 0, &s, 0, 0, 4, 1, &c, r.chanX, 0);
+      rk::UseLevel(saved);
+      EXPECT_EQ(dst, Pack(r.want, 3)) << r.chanW << " " << r.dstX << " " << r.chanX;
+    }
+  }
 }
 
 // A row of 16-bit pixels blended onto itself one pixel to the right: the units run

@@ -60,6 +60,10 @@ using MaskTrans16 = Kernel16<Color16, UniformKeyed, KernelId::RkMaskTrans16>;
 using MaskTrans15 = Kernel16<Color15, UniformKeyed, KernelId::RkMaskTrans15>;
 using MaskTrans24 = KernelPix<3, UniformKeyed, KernelId::RkMaskTrans24>;
 using MaskTrans32 = KernelPix<4, UniformKeyed, KernelId::RkMaskTrans32>;
+using TransWithChannel16 = Kernel16<Color16, PerPixel, KernelId::RkTransWithChannel16>;
+using TransWithChannel15 = Kernel16<Color15, PerPixel, KernelId::RkTransWithChannel15>;
+using TransWithChannel24 = KernelPix<3, PerPixel, KernelId::RkTransWithChannel24>;
+using TransWithChannel32 = KernelPix<4, PerPixel, KernelId::RkTransWithChannel32>;
 
 }  // namespace trans
 RK_NS_END
@@ -72,3 +76,7 @@ RK_EXPORT_BLIT_AB(RkMaskTrans16, rk::trans::MaskTrans16, opacity, keyColour)
 RK_EXPORT_BLIT_AB(RkMaskTrans15, rk::trans::MaskTrans15, opacity, keyColour)
 RK_EXPORT_BLIT_AB(RkMaskTrans24, rk::trans::MaskTrans24, opacity, keyColour)
 RK_EXPORT_BLIT_AB(RkMaskTrans32, rk::trans::MaskTrans32, opacity, keyColour)
+RK_EXPORT_BLIT_CHANNEL(RkTransWithChannel16, rk::trans::TransWithChannel16)
+RK_EXPORT_BLIT_CHANNEL(RkTransWithChannel15, rk::trans::TransWithChannel15)
+RK_EXPORT_BLIT_CHANNEL(RkTransWithChannel24, rk::trans::TransWithChannel24)
+RK_EXPORT_BLIT_CHANNEL(RkTransWithChannel32, rk::trans::TransWithChannel32)

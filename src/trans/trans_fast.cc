@@ -151,4 +151,8 @@ RK_FAST_FAMILY(trans) {
   t.Set(KernelId::RkMaskTrans15, &Row16<Color15, UniformKeyed>);
   t.Set(KernelId::RkMaskTrans24, &RowPix<3, UniformKeyed>);
   t.Set(KernelId::RkMaskTrans32, &RowPix<4, UniformKeyed>);
+  t.Set(KernelId::RkTransWithChannel16, &Row16<Color16, PerPixel>);
+  t.Set(KernelId::RkTransWithChannel15, &Row16<Color15, PerPixel>);
+  t.Set(KernelId::RkTransWithChannel24, &RowPix<3, PerPixel>);
+  t.Set(KernelId::RkTransWithChannel32, &RowPix<4, PerPixel>);
 }
