@@ -15,3 +15,7 @@ RKB_BLIT(RkTransWithChannel16, 2, rkb::Args::kChannel, 0, 1);
 RKB_BLIT(RkTransWithChannel15, 2, rkb::Args::kChannel, 0, 1);
 RKB_BLIT(RkTransWithChannel24, 3, rkb::Args::kChannel, 0, 1);
 RKB_BLIT(RkTransWithChannel32, 4, rkb::Args::kChannel, 0, 1);
+RKB_BLIT(RkMaskTransWithChannel16, 2, rkb::Args::kChannelKey, 0, 1);
+RKB_BLIT(RkMaskTransWithChannel15, 2, rkb::Args::kChannelKey, 0, 1);
+RKB_BLIT(RkMaskTransWithChannel24, 3, rkb::Args::kChannelKey, 0, 1);
+RKB_BLIT(RkMaskTransWithChannel32, 4, rkb::Args::kChannelKey, 0, 1);

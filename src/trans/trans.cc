@@ -64,6 +64,10 @@ using TransWithChannel16 = Kernel16<Color16, PerPixel, KernelId::RkTransWithChan
 using TransWithChannel15 = Kernel16<Color15, PerPixel, KernelId::RkTransWithChannel15>;
 using TransWithChannel24 = KernelPix<3, PerPixel, KernelId::RkTransWithChannel24>;
 using TransWithChannel32 = KernelPix<4, PerPixel, KernelId::RkTransWithChannel32>;
+using MaskTransWithChannel16 = Kernel16<Color16, PerPixelKeyed, KernelId::RkMaskTransWithChannel16>;
+using MaskTransWithChannel15 = Kernel16<Color15, PerPixelKeyed, KernelId::RkMaskTransWithChannel15>;
+using MaskTransWithChannel24 = KernelPix<3, PerPixelKeyed, KernelId::RkMaskTransWithChannel24>;
+using MaskTransWithChannel32 = KernelPix<4, PerPixelKeyed, KernelId::RkMaskTransWithChannel32>;
 
 }  // namespace trans
 RK_NS_END
@@ -80,3 +84,7 @@ RK_EXPORT_BLIT_CHANNEL(RkTransWithChannel16, rk::trans::TransWithChannel16)
 RK_EXPORT_BLIT_CHANNEL(RkTransWithChannel15, rk::trans::TransWithChannel15)
 RK_EXPORT_BLIT_CHANNEL(RkTransWithChannel24, rk::trans::TransWithChannel24)
 RK_EXPORT_BLIT_CHANNEL(RkTransWithChannel32, rk::trans::TransWithChannel32)
+RK_EXPORT_BLIT_CHANNEL_KEY(RkMaskTransWithChannel16, rk::trans::MaskTransWithChannel16)
+RK_EXPORT_BLIT_CHANNEL_KEY(RkMaskTransWithChannel15, rk::trans::MaskTransWithChannel15)
+RK_EXPORT_BLIT_CHANNEL_KEY(RkMaskTransWithChannel24, rk::trans::MaskTransWithChannel24)
+RK_EXPORT_BLIT_CHANNEL_KEY(RkMaskTransWithChannel32, rk::trans::MaskTransWithChannel32)

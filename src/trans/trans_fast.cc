@@ -155,4 +155,8 @@ RK_FAST_FAMILY(trans) {
   t.Set(KernelId::RkTransWithChannel15, &Row16<Color15, PerPixel>);
   t.Set(KernelId::RkTransWithChannel24, &RowPix<3, PerPixel>);
   t.Set(KernelId::RkTransWithChannel32, &RowPix<4, PerPixel>);
+  t.Set(KernelId::RkMaskTransWithChannel16, &Row16<Color16, PerPixelKeyed>);
+  t.Set(KernelId::RkMaskTransWithChannel15, &Row16<Color15, PerPixelKeyed>);
+  t.Set(KernelId::RkMaskTransWithChannel24, &RowPix<3, PerPixelKeyed>);
+  t.Set(KernelId::RkMaskTransWithChannel32, &RowPix<4, PerPixelKeyed>);
 }
