@@ -72,7 +72,9 @@ TEST(TransForms, SixteenBitFormsFollowTheExactRule) {
   CheckForms<rk::Color15>(rng);
 }
 
-TEST(TransForms, ByteRuleIsTheExactRuleAndWeight256Copies) {
+// The byte rule is the exact rule for weights 0..256 (256 copies); the two-byte
+// lane form is the byte rule on each byte, for every weight the fast rows may meet.
+TEST(TransForms, ByteRuleAndItsTwoByteLane) {
   for (int32_t w = 0; w <= 256; ++w)
     for (int32_t s = 0; s < 256; s += 3)
       for (int32_t d = 0; d < 256; d += 5) {
@@ -82,6 +84,13 @@ TEST(TransForms, ByteRuleIsTheExactRuleAndWeight256Copies) {
                   want)
             << s << " " << d << " w " << w;
       }
+  rkt::Rng rng(rkt::BaseSeed());
+  for (int i = 0; i < 100000; ++i) {
+    auto s = static_cast<uint16_t>(rng.U32()), d = static_cast<uint16_t>(rng.U32()),
+         w = static_cast<uint16_t>(rng.U32() >> (rng.U32() & 15));
+    auto byte = [&](int k) { return tr::ByteBlend(uint8_t(s >> 8 * k), uint8_t(d >> 8 * k), w); };
+    ASSERT_EQ(tr::HalfBlend(s, d, w), byte(0) | byte(1) << 8) << s << " " << d << " w " << w;
+  }
 }
 
 // Pinned rows: one-row surfaces, the call at (0, 0) with the row's width, at every
