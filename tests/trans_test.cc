@@ -311,25 +311,51 @@ TEST(TransPins, UnitsRunRightToLeft) {
   }
 }
 
-// RkTrans24 walks bytes: the last (3w) mod 4, then 4, then blocks of 8, right to
-// left. Seen through two records one byte apart (source one byte right of the
-// destination), a unit reads the byte its right neighbour unit already wrote.
-TEST(TransPins, Trans24ByteRuns) {
-  for (rk::Level level : rk::AvailableLevels()) {
-    rk::Level saved = rk::UseLevel(level);
-    std::vector<uint8_t> buf(16);
-    for (size_t i = 0; i < buf.size(); ++i) buf[i] = static_cast<uint8_t>(0xB0 + i);
-    RkSurface d{0, 5, 1, 15, 0, buf.data()}, s{0, 5, 1, 15, 0, buf.data() + 1};
-    RkTrans24(&d, 0, 0, &s, 0, 0, 5, 1, 256);  // 15 bytes: 3 trailing, 4, one block of 8
-    const std::vector<uint8_t> want = {0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB9,
-                                       0xB9, 0xBA, 0xBB, 0xBD, 0xBD, 0xBE, 0xBF, 0xBF};
-    EXPECT_EQ(buf, want) << rk::LevelName(level);
-    // The same through a pixel record pair 3 bytes apart is a plain move.
-    for (size_t i = 0; i < buf.size(); ++i) buf[i] = static_cast<uint8_t>(0xB0 + i);
-    RkSurface d3{0, 5, 1, 15, 0, buf.data() + 1}, s3{0, 5, 1, 15, 0, buf.data()};
-    RkTrans24(&d3, 0, 0, &s3, 0, 0, 5, 1, 256);
-    for (size_t i = 1; i < buf.size(); ++i) EXPECT_EQ(buf[i], 0xB0 + i - 1) << i;
-    rk::UseLevel(saved);
+// Two records over one buffer, the source one byte right of the destination, at
+// opacity 256 (a copy): a unit reads the byte its right neighbour already wrote, so
+// the result shows the units. RkTrans24 walks bytes (the last (3w) mod 4, then 4,
+// then 8 at a time); the other 24/32-bit members walk the lone pixel, then pairs.
+TEST(TransPins, UnitsSeenThroughOverlap) {
+  using Fn = std::function<void(const RkSurface *, const RkSurface *)>;
+  struct Row {
+    const char *what;
+    int bpp;
+    int32_t w;
+    Fn fn;
+    std::vector<uint8_t> want;  // bytes 0..15, each byte i starting as 0xB0 + i
+  };
+  const Row rows[] = {
+      {"Trans24 width 5: 3 trailing, 4, 8",
+       3,
+       5,
+       [](auto d, auto s) { RkTrans24(d, 0, 0, s, 0, 0, 5, 1, 256); },
+       {0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB9, 0xB9, 0xBA, 0xBB, 0xBD, 0xBD, 0xBE, 0xBF,
+        0xBF}},
+      {"MaskTrans24 width 5: lone pixel, pairs",
+       3,
+       5,
+       [](auto d, auto s) { RkMaskTrans24(d, 0, 0, s, 0, 0, 5, 1, 256, 0); },
+       {0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB7, 0xB7, 0xB8, 0xB9, 0xBA, 0xBB, 0xBD, 0xBD, 0xBE, 0xBF,
+        0xBF}},
+      {"Trans32 width 3: lone pixel (fourth byte 0), pair",
+       4,
+       3,
+       [](auto d, auto s) { RkTrans32(d, 0, 0, s, 0, 0, 3, 1, 256); },
+       {0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB9, 0xB9, 0xBA, 0xBB, 0x00, 0xBC, 0xBD, 0xBE,
+        0xBF}},
+  };
+  for (const Row &r : rows) {
+    for (rk::Level level : rk::AvailableLevels()) {
+      std::vector<uint8_t> buf(17);
+      for (size_t i = 0; i < buf.size(); ++i) buf[i] = static_cast<uint8_t>(0xB0 + i);
+      RkSurface d{0, r.w, 1, r.w * r.bpp, 0, buf.data()}, s = d;
+      s.pixels = buf.data() + 1;
+      rk::Level saved = rk::UseLevel(level);
+      r.fn(&d, &s);
+      rk::UseLevel(saved);
+      buf.pop_back();
+      EXPECT_EQ(buf, r.want) << r.what << " (level " << rk::LevelName(level) << ")";
+    }
   }
 }
 
