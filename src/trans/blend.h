@@ -9,9 +9,7 @@
 // bits every byte is a component with a weight of 256.
 #pragma once
 
-#include <bit>
 #include <cstdint>
-#include <cstring>
 #include <type_traits>
 
 #include "formats/pixel.h"
@@ -67,6 +65,17 @@ inline uint16_t SingleBlend(uint32_t s, uint32_t d, uint32_t w) {
 // One byte at 24 and 32 bits: d + (((s - d) * weight) mod 65536 >> 8), mod 256.
 inline uint8_t ByteBlend(uint8_t s, uint8_t d, uint16_t w) {
   return static_cast<uint8_t>(d + (static_cast<uint16_t>((static_cast<uint32_t>(s) - d) * w) >> 8));
+}
+
+// Two bytes in one 16-bit lane, both with the same weight: ByteBlend on each.
+inline uint16_t HalfBlend(uint16_t s, uint16_t d, uint16_t w) {
+  const uint16_t ed = d & 0xFF, od = d >> 8;
+  auto down = [w](uint32_t diff) {
+    return static_cast<uint16_t>(static_cast<uint16_t>(diff * w) >> 8);
+  };
+  uint16_t e = down(static_cast<uint32_t>(s & 0xFF) - ed),
+           o = down(static_cast<uint32_t>(s >> 8) - od);
+  return static_cast<uint16_t>(((e + ed) & 0xFF) | (o + od) << 8);
 }
 
 // A 3- or 4-byte pixel; `fourth` blends byte 3, else it becomes 0.
@@ -237,25 +246,6 @@ inline void WalkBytes(const Row<M> &r) {
   if (tail) BytesUnit(r, n - tail, tail);
   if (n & 4) BytesUnit(r, (n & ~int64_t{7}), 4);
   for (int64_t off = (n & ~int64_t{7}) - 8; off >= 0; off -= 8) BytesUnit(r, off, 8);
-}
-
-// Little-endian element loads and stores of any alignment for the fast loops.
-inline uint16_t Get16(const uint8_t *p) {
-  uint16_t v;
-  std::memcpy(&v, p, 2);
-  if constexpr (std::endian::native == std::endian::big) v = static_cast<uint16_t>(v >> 8 | v << 8);
-  return v;
-}
-inline void Put16(uint8_t *p, uint16_t v) {
-  if constexpr (std::endian::native == std::endian::big) v = static_cast<uint16_t>(v >> 8 | v << 8);
-  std::memcpy(p, &v, 2);
-}
-
-inline uint32_t Get32(const uint8_t *p) {
-  uint32_t v;
-  std::memcpy(&v, p, 4);
-  if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap32(v);
-  return v;
 }
 
 }  // namespace trans
