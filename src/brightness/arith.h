@@ -92,6 +92,10 @@ constexpr uint32_t DarkleSingle(uint32_t p, uint32_t k) {
 constexpr uint32_t DarkleByte(uint32_t v, uint32_t s) {
   return static_cast<uint16_t>(static_cast<uint16_t>(v) * static_cast<uint16_t>(s)) >> 8;
 }
+// Both bytes of a 16-bit word.
+constexpr uint32_t DarkleByte2(uint32_t w, uint32_t s) {
+  return DarkleByte(w & 0xFF, s) | DarkleByte(w >> 8 & 0xFF, s) << 8;
+}
 // A byte done alone by the masked members: a 32-bit product.
 constexpr uint32_t DarkleByteSingle(uint32_t v, uint32_t s) { return ((v * s) >> 8) & 0xFF; }
 
@@ -132,16 +136,19 @@ constexpr uint32_t MaskLightPairHigh(uint32_t p, uint32_t k) {
 // The group-of-four lanes: the product wraps in 16 bits and is compared as a signed
 // 16-bit number, so a product of 32768 or more gives the wrapped bits, not the top.
 // At depth 15 red is p >> 10 of the whole word (bit 15 adds 32 to red).
-constexpr uint32_t LaneSatField(uint32_t c, uint32_t k, uint32_t max) {
-  auto t = static_cast<int16_t>(static_cast<uint16_t>(c * k));
-  return t > static_cast<int32_t>(max * 32) ? max : (static_cast<uint32_t>(t) >> 5) & max;
+constexpr uint16_t LaneSatField(uint16_t c, uint16_t k, uint16_t max) {
+  auto u = static_cast<uint16_t>(c * k);
+  auto f = static_cast<uint16_t>((u >> 5) & max);
+  return static_cast<int16_t>(u) > static_cast<int16_t>(max * 32) ? max : f;
 }
 template <class F>
 constexpr uint32_t MaskLightLane(uint32_t p, uint32_t k) {
-  p &= 0xFFFF;
-  return PackRgb<F>(LaneSatField(p >> F::kRShift, k, F::kRMax),
-                    LaneSatField(GreenOf<F>(p), k, F::kGMax),
-                    LaneSatField(BlueOf<F>(p), k, F::kBMax));
+  auto w = static_cast<uint16_t>(p), k16 = static_cast<uint16_t>(k);
+  uint16_t r = LaneSatField(static_cast<uint16_t>(w >> F::kRShift), k16, F::kRMax);
+  uint16_t g = LaneSatField(static_cast<uint16_t>(GreenOf<F>(w)), k16, F::kGMax);
+  uint16_t b = LaneSatField(static_cast<uint16_t>(BlueOf<F>(w)), k16, F::kBMax);
+  return static_cast<uint16_t>(static_cast<uint16_t>(r << F::kRShift) |
+                               static_cast<uint16_t>(g << F::kGShift) | b);
 }
 
 // Depths 24 and 32, a byte done alone: min((v * s) >> 8, 255) with a 32-bit product.

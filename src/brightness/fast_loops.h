@@ -43,5 +43,75 @@ inline void MapRow(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t c
   for (int64_t i = 0; i < count; ++i) StoreE<E>(d + i * E, static_cast<T>(fn(LoadE<E>(s + i * E))));
 }
 
+// As MapRow, but an element whose bits under keyMask equal the key keeps the
+// destination's value.
+template <int E, class Fn>
+inline void MapRowKeyed(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t count,
+                        uint32_t key, uint32_t keyMask, Fn fn) {
+  using T = typename Elem<E>::T;
+  const auto k = static_cast<T>(key), m = static_cast<T>(keyMask);
+  for (int64_t i = 0; i < count; ++i) {
+    T v = LoadE<E>(s + i * E), old = LoadE<E>(d + i * E);
+    StoreE<E>(d + i * E, static_cast<T>(v & m) == k ? old : static_cast<T>(fn(v)));
+  }
+}
+
+// 3-byte pixels: fn per byte; a pixel equal to the key keeps the destination's bytes.
+template <class Fn>
+inline void MapRowKeyed3(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t count,
+                         uint32_t key, Fn fn) {
+  const auto k0 = static_cast<uint8_t>(key), k1 = static_cast<uint8_t>(key >> 8),
+             k2 = static_cast<uint8_t>(key >> 16);
+  for (int64_t i = 0; i < count; ++i) {
+    const uint8_t *p = s + 3 * i;
+    uint8_t *q = d + 3 * i;
+    uint8_t b0 = p[0], b1 = p[1], b2 = p[2], o0 = q[0], o1 = q[1], o2 = q[2];
+    bool keyed = (b0 == k0) & (b1 == k1) & (b2 == k2);
+    q[0] = keyed ? o0 : static_cast<uint8_t>(fn(b0));
+    q[1] = keyed ? o1 : static_cast<uint8_t>(fn(b1));
+    q[2] = keyed ? o2 : static_cast<uint8_t>(fn(b2));
+  }
+}
+
+// Pairs of E-byte elements: fn(a, b, oldA, oldB, outA, outB) gives both results.
+template <int E, class Fn>
+inline void MapPairs(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t pairs, Fn fn) {
+  using T = typename Elem<E>::T;
+  for (int64_t p = 0; p < pairs; ++p) {
+    const uint8_t *a = s + 2 * p * E;
+    uint8_t *q = d + 2 * p * E;
+    T x, y;
+    fn(LoadE<E>(a), LoadE<E>(a + E), LoadE<E>(q), LoadE<E>(q + E), x, y);
+    StoreE<E>(q, x);
+    StoreE<E>(q + E, y);
+  }
+}
+
+// Pairs of 3-byte pixels seen as three 16-bit words (a0 a1, a2 b0, b1 b2). fn2 maps
+// both bytes of a word. kWhole: a pair is drawn only when neither pixel is the key;
+// otherwise each non-key pixel is drawn. one[p] is set to whether exactly one pixel of
+// pair p is the key.
+template <bool kWhole, class Fn2>
+inline void MapPairs24(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t pairs,
+                       uint32_t key, Fn2 fn2, uint8_t *__restrict one) {
+  const auto k01 = static_cast<uint16_t>(key), k12 = static_cast<uint16_t>(key >> 8),
+             k0 = static_cast<uint16_t>(key & 0xFF), k2 = static_cast<uint16_t>(key >> 16 & 0xFF);
+  for (int64_t p = 0; p < pairs; ++p) {
+    const uint8_t *a = s + 6 * p;
+    uint8_t *q = d + 6 * p;
+    uint16_t w0 = LoadE<2>(a), w1 = LoadE<2>(a + 2), w2 = LoadE<2>(a + 4);
+    uint16_t o0 = LoadE<2>(q), o1 = LoadE<2>(q + 2), o2 = LoadE<2>(q + 4);
+    auto ka = static_cast<uint16_t>((w0 == k01) & ((w1 & 0xFF) == k2));
+    auto kb = static_cast<uint16_t>(((w1 >> 8) == k0) & (w2 == k12));
+    auto ma = static_cast<uint16_t>(-(kWhole ? ka | kb : ka)),
+         mb = static_cast<uint16_t>(-(kWhole ? ka | kb : kb));
+    auto m1 = static_cast<uint16_t>((ma & 0x00FF) | (mb & 0xFF00));
+    StoreE<2>(q, static_cast<uint16_t>((fn2(w0) & ~ma) | (o0 & ma)));
+    StoreE<2>(q + 2, static_cast<uint16_t>((fn2(w1) & ~m1) | (o1 & m1)));
+    StoreE<2>(q + 4, static_cast<uint16_t>((fn2(w2) & ~mb) | (o2 & mb)));
+    one[p] = static_cast<uint8_t>(ka ^ kb);
+  }
+}
+
 }  // namespace bright
 RK_NS_END
