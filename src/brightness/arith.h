@@ -88,7 +88,8 @@ constexpr uint32_t DarkleSingle(uint32_t p, uint32_t k) {
   return FoldWork(DarkleSingleWork<F>(p, k));
 }
 
-// Depths 24 and 32 and the packed path of the masked ones: the product wraps in 16 bits.
+// Depths 24 and 32, every path of the masked members too: bits 8..15 of the product
+// (the packed lanes wrap it in 16 bits; a 32-bit product gives the same byte).
 constexpr uint32_t DarkleByte(uint32_t v, uint32_t s) {
   return static_cast<uint16_t>(static_cast<uint16_t>(v) * static_cast<uint16_t>(s)) >> 8;
 }
@@ -96,8 +97,6 @@ constexpr uint32_t DarkleByte(uint32_t v, uint32_t s) {
 constexpr uint32_t DarkleByte2(uint32_t w, uint32_t s) {
   return DarkleByte(w & 0xFF, s) | DarkleByte(w >> 8 & 0xFF, s) << 8;
 }
-// A byte done alone by the masked members: a 32-bit product.
-constexpr uint32_t DarkleByteSingle(uint32_t v, uint32_t s) { return ((v * s) >> 8) & 0xFF; }
 
 // ---------------------------------------------------------------------------------
 // Masked light: saturating at each field's top, no rounding constant.
@@ -155,6 +154,14 @@ constexpr uint32_t MaskLightLane(uint32_t p, uint32_t k) {
 constexpr uint32_t SatByte(uint32_t v, uint32_t s) {
   uint32_t t = (v * s) >> 8;
   return t > 255 ? 255 : t;
+}
+// Both bytes of a 16-bit word by SatByte, for factors up to 65535: the high half of
+// (v << 8) * s is (v * s) >> 8, which keeps to 16-bit lanes.
+constexpr uint32_t SatByte2(uint32_t w, uint32_t s) {
+  auto k = static_cast<uint16_t>(s);
+  auto lo = static_cast<uint16_t>((uint32_t{static_cast<uint16_t>(w << 8)} * k) >> 16);
+  auto hi = static_cast<uint16_t>((uint32_t{static_cast<uint16_t>(w & 0xFF00)} * k) >> 16);
+  return static_cast<uint16_t>((lo > 255 ? 255 : lo) | (hi > 255 ? 255 : hi) << 8);
 }
 // Depths 24 and 32, a byte of a packed pair: the factor is a signed 16-bit number; a
 // signed product above 65280 gives 255, otherwise its bits 8..15. For factors below

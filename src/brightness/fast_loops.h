@@ -56,23 +56,6 @@ inline void MapRowKeyed(uint8_t *__restrict d, const uint8_t *__restrict s, int6
   }
 }
 
-// 3-byte pixels: fn per byte; a pixel equal to the key keeps the destination's bytes.
-template <class Fn>
-inline void MapRowKeyed3(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t count,
-                         uint32_t key, Fn fn) {
-  const auto k0 = static_cast<uint8_t>(key), k1 = static_cast<uint8_t>(key >> 8),
-             k2 = static_cast<uint8_t>(key >> 16);
-  for (int64_t i = 0; i < count; ++i) {
-    const uint8_t *p = s + 3 * i;
-    uint8_t *q = d + 3 * i;
-    uint8_t b0 = p[0], b1 = p[1], b2 = p[2], o0 = q[0], o1 = q[1], o2 = q[2];
-    bool keyed = (b0 == k0) & (b1 == k1) & (b2 == k2);
-    q[0] = keyed ? o0 : static_cast<uint8_t>(fn(b0));
-    q[1] = keyed ? o1 : static_cast<uint8_t>(fn(b1));
-    q[2] = keyed ? o2 : static_cast<uint8_t>(fn(b2));
-  }
-}
-
 // Pairs of E-byte elements: fn(a, b, oldA, oldB, outA, outB) gives both results.
 template <int E, class Fn>
 inline void MapPairs(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t pairs, Fn fn) {
@@ -88,9 +71,9 @@ inline void MapPairs(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t
 }
 
 // Pairs of 3-byte pixels seen as three 16-bit words (a0 a1, a2 b0, b1 b2). fn2 maps
-// both bytes of a word. kWhole: a pair is drawn only when neither pixel is the key;
-// otherwise each non-key pixel is drawn. one[p] is set to whether exactly one pixel of
-// pair p is the key.
+// both bytes of a word. kWhole: a pair is drawn only when neither pixel is the key,
+// and one[p] is set to whether exactly one pixel of pair p is the key; otherwise each
+// non-key pixel is drawn and `one` is not used.
 template <bool kWhole, class Fn2>
 inline void MapPairs24(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t pairs,
                        uint32_t key, Fn2 fn2, uint8_t *__restrict one) {
@@ -109,7 +92,7 @@ inline void MapPairs24(uint8_t *__restrict d, const uint8_t *__restrict s, int64
     StoreE<2>(q, static_cast<uint16_t>((fn2(w0) & ~ma) | (o0 & ma)));
     StoreE<2>(q + 2, static_cast<uint16_t>((fn2(w1) & ~m1) | (o1 & m1)));
     StoreE<2>(q + 4, static_cast<uint16_t>((fn2(w2) & ~mb) | (o2 & mb)));
-    one[p] = static_cast<uint8_t>(ka ^ kb);
+    if constexpr (kWhole) one[p] = static_cast<uint8_t>(ka ^ kb);
   }
 }
 

@@ -80,11 +80,10 @@ struct MaskDarkle32 : BlitKernel<4> {
   template <class M>
   static void Ref(const Row<M> &r) {
     uint32_t s = r.a;
-    auto single = [s](uint32_t v) { return DarkleByteSingle(v, s); };
-    MaskLone32(r, single);
+    auto f = [s](uint32_t v) { return DarkleByte(v, s); };
+    MaskLone32(r, f);
     MaskPairsDown<4>(
-        r, [s](uint32_t px) { return Bytes4(px, [s](uint32_t v) { return DarkleByte(v, s); }); },
-        [single](uint32_t px) { return Bytes3(px, single); });
+        r, [f](uint32_t px) { return Bytes4(px, f); }, [f](uint32_t px) { return Bytes3(px, f); });
   }
 };
 
@@ -105,7 +104,7 @@ struct MaskDarkle24 : BlitKernel<3> {
   template <class M>
   static void Ref(const Row<M> &r) {
     uint32_t s = r.a;
-    MaskLone24(r, [s](uint32_t v) { return DarkleByteSingle(v, s); });
+    MaskLone24(r, [s](uint32_t v) { return DarkleByte(v, s); });
     int64_t h = Pairs(r);
     for (int64_t n = h; n >= 1; --n) MaskDarkle24Pair(r, n, n == h && (r.w & 1));
   }

@@ -1,4 +1,7 @@
 // Masked Light and Darkle rows whose destination does not overlap their source.
+#include <bit>
+#include <cstring>
+
 #include "brightness/fast_loops.h"
 #include "brightness/fast_rows.h"
 #include "brightness/units.h"
@@ -31,9 +34,9 @@ void FastMaskDarkle1615(const RowArgs &r) {
 // same bytes, so every non-key pixel of the pairs is drawn by one formula.
 void FastMaskLight24(const RowArgs &r) {
   uint32_t s = r.a;
-  auto f = [s](uint32_t v) { return SatByte(v, s); };
-  MaskLone24(Raw(r), f);
-  MapRowKeyed3(r.d, r.s, Pairs(r) * 2, Key24(r), f);
+  MaskLone24(Raw(r), [s](uint32_t v) { return SatByte(v, s); });
+  MapPairs24<false>(
+      r.d, r.s, Pairs(r), Key24(r), [s](uint32_t w) { return SatByte2(w, s); }, nullptr);
 }
 
 void FastMaskLight32(const RowArgs &r) {
@@ -44,20 +47,18 @@ void FastMaskLight32(const RowArgs &r) {
                  [f](uint32_t px) { return Bytes3(px, f); });
 }
 
-// A pixel drawn alone gets bytes 0..2 by the single formula and byte 3 cleared, a
-// pixel of a non-key pair all four bytes by the packed formula.
+// A pixel drawn alone gets byte 3 cleared, a pixel of a non-key pair byte 3 scaled.
 void FastMaskDarkle32(const RowArgs &r) {
   uint32_t s = r.a, key = Key24(r);
-  auto single = [s](uint32_t px) {
-    return Bytes3(px, [s](uint32_t v) { return DarkleByteSingle(v, s); });
+  MaskLone32(Raw(r), [s](uint32_t v) { return DarkleByte(v, s); });
+  auto f = [s](uint32_t px) {
+    return DarkleByte2(px & 0xFFFF, s) | DarkleByte2(px >> 16, s) << 16;
   };
-  auto pair = [s](uint32_t px) { return Bytes4(px, [s](uint32_t v) { return DarkleByte(v, s); }); };
-  MaskLone32(Raw(r), [s](uint32_t v) { return DarkleByteSingle(v, s); });
   MapPairs<4>(r.d, r.s, Pairs(r),
               [=](uint32_t a, uint32_t b, uint32_t oa, uint32_t ob, uint32_t &x, uint32_t &y) {
                 bool ka = (a & kColourBytes) == key, kb = (b & kColourBytes) == key;
-                x = ka ? oa : kb ? single(a) : pair(a);
-                y = kb ? ob : ka ? single(b) : pair(b);
+                x = ka ? oa : f(a) & (kb ? kColourBytes : ~0u);
+                y = kb ? ob : f(b) & (ka ? kColourBytes : ~0u);
               });
 }
 
@@ -68,18 +69,23 @@ void FastMaskDarkle32(const RowArgs &r) {
 void FastMaskDarkle24(const RowArgs &r) {
   Row<RawMem> raw = Raw(r);
   uint32_t s = r.a;
-  MaskLone24(raw, [s](uint32_t v) { return DarkleByteSingle(v, s); });
+  MaskLone24(raw, [s](uint32_t v) { return DarkleByte(v, s); });
   int64_t h = Pairs(r);
   if ((r.w & 1) && h > 0) MaskDarkle24Pair(raw, h--, true);
   constexpr int64_t kChunk = 256;
-  uint8_t one[kChunk];
+  uint8_t one[kChunk + 8];
   for (int64_t hi = h; hi > 0; hi -= kChunk) {
-    int64_t lo = hi > kChunk ? hi - kChunk : 0;
+    int64_t lo = hi > kChunk ? hi - kChunk : 0, n = hi - lo;
     MapPairs24<true>(
-        r.d + 6 * lo, r.s + 6 * lo, hi - lo, Key24(r),
-        [s](uint32_t w) { return DarkleByte2(w, s); }, one);
-    for (int64_t p = 0; p < hi - lo; ++p) {
-      if (one[p]) MaskDarkle24Pair(raw, lo + p + 1, false);
+        r.d + 6 * lo, r.s + 6 * lo, n, Key24(r), [s](uint32_t w) { return DarkleByte2(w, s); },
+        one);
+    std::memset(one + n, 0, 8);
+    for (int64_t p = 0; p < n; p += 8) {  // eight flags at a time; most are 0
+      uint64_t m;
+      std::memcpy(&m, one + p, 8);
+      for (; m != 0; m &= m - 1) {
+        MaskDarkle24Pair(raw, lo + p + std::countr_zero(m) / 8 + 1, false);
+      }
     }
   }
 }

@@ -278,8 +278,7 @@ void MaskDarkle24Pair(const Row<M> &r, int64_t n, bool afterLone) {
     r.dm.St24(At(r.d, e - 3), Bytes3(b, f));
     return;
   }
-  r.dm.St24(At(r.d, 2 * e - 3),
-            Bytes3(ka ? b : a, [s](uint32_t v) { return DarkleByteSingle(v, s); }));
+  r.dm.St24(At(r.d, 2 * e - 3), Bytes3(ka ? b : a, [s](uint32_t v) { return DarkleByte(v, s); }));
 }
 
 }  // namespace bright
