@@ -36,11 +36,25 @@ inline void StoreE(uint8_t *p, typename Elem<E>::T v) {
   std::memcpy(p, &v, E);
 }
 
-// Destination element i = fn(source element i) for i < count.
+// Destination element i = fn(source element i) for i < count. The destination is
+// either apart from the source or the very same bytes (a pointwise kernel in place).
 template <int E, class Fn>
-inline void MapRow(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t count, Fn fn) {
+inline void MapRowApart(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t count, Fn fn) {
   using T = typename Elem<E>::T;
   for (int64_t i = 0; i < count; ++i) StoreE<E>(d + i * E, static_cast<T>(fn(LoadE<E>(s + i * E))));
+}
+template <int E, class Fn>
+inline void MapRowInPlace(uint8_t *p, int64_t count, Fn fn) {
+  using T = typename Elem<E>::T;
+  for (int64_t i = 0; i < count; ++i) StoreE<E>(p + i * E, static_cast<T>(fn(LoadE<E>(p + i * E))));
+}
+template <int E, class Fn>
+inline void MapRow(uint8_t *d, const uint8_t *s, int64_t count, Fn fn) {
+  if (d == s) {
+    MapRowInPlace<E>(d, count, fn);
+  } else {
+    MapRowApart<E>(d, s, count, fn);
+  }
 }
 
 // As MapRow, but an element whose bits under keyMask equal the key keeps the
