@@ -84,30 +84,49 @@ inline void MapPairs(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t
   }
 }
 
-// Pairs of 3-byte pixels seen as three 16-bit words (a0 a1, a2 b0, b1 b2). fn2 maps
-// both bytes of a word. kWhole: a pair is drawn only when neither pixel is the key,
-// and one[p] is set to whether exactly one pixel of pair p is the key; otherwise each
-// non-key pixel is drawn and `one` is not used.
-template <bool kWhole, class Fn2>
-inline void MapPairs24(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t pairs,
-                       uint32_t key, Fn2 fn2, uint8_t *__restrict one) {
+// Pairs of 3-byte pixels seen as three 16-bit words (a0 a1, a2 b0, b1 b2): the words
+// of the destination that keep their value under the key rule. kWhole: a pair is
+// drawn only when neither pixel is the key, one[p] is set to whether exactly one pixel
+// of pair p is the key, and the result tells whether any is; otherwise each non-key
+// pixel is drawn and `one` is not used.
+template <bool kWhole>
+inline bool KeepWords24(const uint8_t *__restrict s, int64_t pairs, uint32_t key,
+                        uint16_t *__restrict keep, uint8_t *__restrict one) {
+  uint16_t anyOne = 0;
   const auto k01 = static_cast<uint16_t>(key), k12 = static_cast<uint16_t>(key >> 8),
              k0 = static_cast<uint16_t>(key & 0xFF), k2 = static_cast<uint16_t>(key >> 16 & 0xFF);
   for (int64_t p = 0; p < pairs; ++p) {
     const uint8_t *a = s + 6 * p;
-    uint8_t *q = d + 6 * p;
     uint16_t w0 = LoadE<2>(a), w1 = LoadE<2>(a + 2), w2 = LoadE<2>(a + 4);
-    uint16_t o0 = LoadE<2>(q), o1 = LoadE<2>(q + 2), o2 = LoadE<2>(q + 4);
     auto ka = static_cast<uint16_t>((w0 == k01) & ((w1 & 0xFF) == k2));
     auto kb = static_cast<uint16_t>(((w1 >> 8) == k0) & (w2 == k12));
     auto ma = static_cast<uint16_t>(-(kWhole ? ka | kb : ka)),
          mb = static_cast<uint16_t>(-(kWhole ? ka | kb : kb));
-    auto m1 = static_cast<uint16_t>((ma & 0x00FF) | (mb & 0xFF00));
-    StoreE<2>(q, static_cast<uint16_t>((fn2(w0) & ~ma) | (o0 & ma)));
-    StoreE<2>(q + 2, static_cast<uint16_t>((fn2(w1) & ~m1) | (o1 & m1)));
-    StoreE<2>(q + 4, static_cast<uint16_t>((fn2(w2) & ~mb) | (o2 & mb)));
-    if constexpr (kWhole) one[p] = static_cast<uint8_t>(ka ^ kb);
+    keep[3 * p] = ma;
+    keep[3 * p + 1] = static_cast<uint16_t>((ma & 0x00FF) | (mb & 0xFF00));
+    keep[3 * p + 2] = mb;
+    if constexpr (kWhole) {
+      one[p] = static_cast<uint8_t>(ka ^ kb);
+      anyOne |= ka ^ kb;
+    }
   }
+  return anyOne != 0;
+}
+
+// Up to 256 pairs of 3-byte pixels: every byte mapped by fn2 (two bytes a word) unless
+// KeepWords24 keeps it.
+constexpr int64_t kPairs24 = 256;
+template <bool kWhole, class Fn2>
+inline bool MapPairs24(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t pairs,
+                       uint32_t key, Fn2 fn2, uint8_t *__restrict one) {
+  uint16_t keep[3 * kPairs24];
+  bool anyOne = KeepWords24<kWhole>(s, pairs, key, keep, one);
+  for (int64_t i = 0; i < 3 * pairs; ++i) {
+    uint16_t m = keep[i];
+    StoreE<2>(d + 2 * i,
+              static_cast<uint16_t>((fn2(LoadE<2>(s + 2 * i)) & ~m) | (LoadE<2>(d + 2 * i) & m)));
+  }
+  return anyOne;
 }
 
 }  // namespace bright

@@ -1,4 +1,5 @@
 // Masked Light and Darkle rows whose destination does not overlap their source.
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -35,8 +36,11 @@ void FastMaskDarkle1615(const RowArgs &r) {
 void FastMaskLight24(const RowArgs &r) {
   uint32_t s = r.a;
   MaskLone24(Raw(r), [s](uint32_t v) { return SatByte(v, s); });
-  MapPairs24<false>(
-      r.d, r.s, Pairs(r), Key24(r), [s](uint32_t w) { return SatByte2(w, s); }, nullptr);
+  auto f = [s](uint32_t w) { return SatByte2(w, s); };
+  for (int64_t lo = 0; lo < Pairs(r); lo += kPairs24) {
+    int64_t n = std::min(kPairs24, Pairs(r) - lo);
+    MapPairs24<false>(r.d + 6 * lo, r.s + 6 * lo, n, Key24(r), f, nullptr);
+  }
 }
 
 void FastMaskLight32(const RowArgs &r) {
@@ -72,13 +76,11 @@ void FastMaskDarkle24(const RowArgs &r) {
   MaskLone24(raw, [s](uint32_t v) { return DarkleByte(v, s); });
   int64_t h = Pairs(r);
   if ((r.w & 1) && h > 0) MaskDarkle24Pair(raw, h--, true);
-  constexpr int64_t kChunk = 256;
-  uint8_t one[kChunk + 8];
-  for (int64_t hi = h; hi > 0; hi -= kChunk) {
-    int64_t lo = hi > kChunk ? hi - kChunk : 0, n = hi - lo;
-    MapPairs24<true>(
-        r.d + 6 * lo, r.s + 6 * lo, n, Key24(r), [s](uint32_t w) { return DarkleByte2(w, s); },
-        one);
+  uint8_t one[kPairs24 + 8];
+  for (int64_t hi = h; hi > 0; hi -= kPairs24) {
+    int64_t lo = hi > kPairs24 ? hi - kPairs24 : 0, n = hi - lo;
+    auto f = [s](uint32_t w) { return DarkleByte2(w, s); };
+    if (!MapPairs24<true>(r.d + 6 * lo, r.s + 6 * lo, n, Key24(r), f, one)) continue;
     std::memset(one + n, 0, 8);
     for (int64_t p = 0; p < n; p += 8) {  // eight flags at a time; most are 0
       uint64_t m;
