@@ -181,6 +181,24 @@ RKT_CONVERT(Color24ToColor32, 1, 1, kQ, kT);
 RKT_CONVERT(Color32ToColor16, 1, 1, kW, kQ);
 RKT_CONVERT(Color32ToColor15, 1, 1, kW, kQ);
 RKT_CONVERT(Color32ToColor24, 1, 1, kT, kQ);
+RKT_CONVERT(Color16ToTrans, 1, 1, kB, kW);
+RKT_CONVERT(Color16ToLight, 1, 1, kW, kW);
+RKT_CONVERT(Color15ToTrans, 1, 1, kB, kW);
+RKT_CONVERT(Color15ToLight, 1, 1, kW, kW);
+RKT_CONVERT(Color24ToTrans, 1, 1, kB, kT);
+RKT_CONVERT(Color24ToLight, 1, 1, kW, kT);
+RKT_CONVERT(Color32ToTrans, 1, 1, kB, kQ);
+RKT_CONVERT(Color32ToLight, 1, 1, kW, kQ);
+RKT_CONVERT(TransToColor16, 1, 1, kW, kB);
+RKT_CONVERT(TransToColor15, 1, 1, kW, kB);
+RKT_CONVERT(TransToColor24, 1, 1, kT, kB);
+RKT_CONVERT(TransToColor32, 1, 1, kQ, kB);
+RKT_CONVERT(LightToColor16, 1, 1, kW, kW);
+RKT_CONVERT(LightToColor15, 1, 1, kW, kW);
+RKT_CONVERT(LightToColor24, 1, 1, kT, kW);
+RKT_CONVERT(LightToColor32, 1, 1, kQ, kW);
+RKT_CONVERT(TransToLight, 1, 1, kW, kB);
+RKT_CONVERT(LightToTrans, 1, 1, kB, kW);
 
 namespace {
 
@@ -272,6 +290,30 @@ TEST(Convert, PinnedValues) {
       {"Color32ToColor16", {{0xFF00FF00, 0x12F80000}}, {{0x07E0, 0xF800}}},
       {"Color24ToColor32", {{0x123456}}, {{0x00123456}}},
       {"Color32ToColor24", {{0x99123456}}, {{0x123456}}},
+      // Grey levels: the low field takes R's weight, the high field B's.
+      {"Color16ToTrans", {{0xFFFF, 0x001F, 0xF800}}, {{250, 74, 28}}},
+      {"Color16ToLight", {{0xFFFF, 0x001F, 0xF800}}, {{250, 74, 28}}},
+      {"Color15ToTrans", {{0x7FFF, 0xFFFF, 0x0400}}, {{248, 248, 0}}},
+      // Color15ToLight reads G from bits 10..5; its sums pass 65535.
+      {"Color15ToLight", {{0x7FFF}}, {{142}}},
+      {"Color15ToLight", {{0x7FFF, 0xFFFF, 0x0400}}, {{142, 142, 150}}},
+      {"Color24ToTrans", {{0xFFFFFF, 0x0000FF}}, {{255, 28}}},
+      {"Color24ToLight", {{0xFF0000, 0x00FF00}}, {{76, 149}}},
+      {"Color32ToTrans", {{0x63FF0000, 0xFFFFFFFF}}, {{76, 255}}},
+      {"Color32ToLight", {{0xFF00FF00}}, {{149}}},
+      {"TransToColor16", {{0x80, 0xFF}}, {{0x8410, 0xFFFF}}},
+      {"TransToColor15", {{0xFF, 0x80}}, {{0x7FFF, 0x4210}}},
+      {"TransToColor24", {{0x40}}, {{0x404040}}},
+      {"TransToColor32", {{0xFF}}, {{0x00FFFFFF}}},
+      // LightToColor16: upper elements of pairs modulo 256, the others saturated.
+      {"LightToColor16", {{256, 256}}, {{0xFFFF, 0x0000}}},
+      {"LightToColor16", {{256, 256, 256}}, {{0xFFFF, 0x0000, 0xFFFF}}},
+      {"LightToColor16", {{0x1FF, 0x17F}}, {{0xFFFF, 0x7BEF}}},
+      {"LightToColor15", {{256, 256, 300}}, {{0x7FFF, 0x7FFF, 0x7FFF}}},
+      {"LightToColor24", {{300}}, {{0xFFFFFF}}},
+      {"LightToColor32", {{300, 254}}, {{0x00FFFFFF, 0x00FEFEFE}}},
+      {"TransToLight", {{0xFF, 0x00}}, {{0x00FF, 0x0000}}},
+      {"LightToTrans", {{300, 7, 255}}, {{255, 7, 255}}},
   };
   for (const Pinned &p : rows) {
     Result r = Convert(p.name, p.in);
@@ -351,6 +393,25 @@ TEST(Convert, RoundTripsThroughByteFormats) {
   // Color15 -> Color16 -> Color15 keeps the 15 colour bits.
   RkBitConvertColor16ToColor15(back.data(), direct.data(), n);
   for (uint32_t i = 0; i < n; ++i) ASSERT_EQ(Word(back, i), i & 0x7FFF) << i;
+}
+
+// Grey colours of every Trans level read back as the same level.
+TEST(Convert, GreyRoundTrips) {
+  uint8_t t[256], back[256];
+  uint8_t wide[256 * 4];
+  for (int i = 0; i < 256; ++i) t[i] = uint8_t(i);
+  using F = void(RKPIX_CALL *)(void *, const void *, uint32_t);
+  const std::pair<F, F> trips[] = {
+      {RkBitConvertTransToColor32, RkBitConvertColor32ToTrans},
+      {RkBitConvertTransToColor24, RkBitConvertColor24ToTrans},
+      {RkBitConvertTransToLight, RkBitConvertLightToTrans},
+  };
+  for (auto [there, home] : trips) {
+    std::memset(back, 0, sizeof back);
+    there(wide, t, 256);
+    home(back, wide, 256);
+    EXPECT_EQ(std::vector<uint8_t>(back, back + 256), std::vector<uint8_t>(t, t + 256));
+  }
 }
 
 }  // namespace
