@@ -1,7 +1,7 @@
 // The exported row conversions: one line a member, each running the shared walk.
 #include "formats/convert.h"
 
-#include "formats/convert_colour.h"
+#include "formats/convert_planes.h"
 #include "rkpix.h"
 
 // Argument shapes: (dst, src, count), (dstR, dstG, dstB, src, count),
@@ -35,4 +35,4 @@
   }
 #define RK_CONVERT_EXPORT(name, dsts, srcs) RK_CONVERT_EXPORT_##dsts##_##srcs(name)
 
-RK_CONVERT_COLOUR(RK_CONVERT_EXPORT)
+RK_CONVERT_ALL(RK_CONVERT_EXPORT)

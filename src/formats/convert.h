@@ -27,12 +27,15 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <concepts>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
+#include "formats/convert_move.h"
 #include "formats/pixel.h"
 #include "module/dispatch.h"
 #include "module/isa.h"
@@ -106,9 +109,9 @@ inline void StoreLE(uint8_t *p, uint32_t v) {
 }
 
 template <class K>
-constexpr int kSrcArrays = static_cast<int>(sizeof(K::kSrc) / sizeof(Arr));
+constexpr int kSrcArrays = static_cast<int>(std::size(K::kSrc));
 template <class K>
-constexpr int kDstArrays = static_cast<int>(sizeof(K::kDst) / sizeof(Arr));
+constexpr int kDstArrays = static_cast<int>(std::size(K::kDst));
 
 template <class K>
 inline Px LoadPx(const Io &io, size_t i) {
@@ -204,25 +207,87 @@ void RefWalk(const ConvArgs &a) {
 
 // The fast walk, for arrays that do not overlap: the same steps in increasing
 // order, with every array known apart so that the loops vectorise.
+//
+// Elements [0, n) with n even for pair walks; the lone last element is left to the
+// caller.
+template <class K>
+inline void DenseLoop(const Io &io, size_t n) {
+  if constexpr (K::kPairs && kPositional<K>) {
+#pragma GCC ivdep
+    for (size_t i = 0; i < n; i += 2) PairStep<K>(io, i);
+  } else {
+#pragma GCC ivdep
+    for (size_t i = 0; i < n; ++i) OneStep<K>(io, i);
+  }
+}
+
+// A member whose 3-byte colour arrays are replaced by 32-bit words (fourth byte 0).
+constexpr Arr Widened(const Arr &a) { return a.bytes == 3 ? Arr{4, 4, 0} : a; }
+template <size_t... I>
+constexpr std::array<Arr, sizeof...(I)> WidenAll(const Arr *a, std::index_sequence<I...>) {
+  return {Widened(a[I])...};
+}
+template <class K>
+struct Widen : K {
+  static constexpr auto kSrc = WidenAll(K::kSrc, std::make_index_sequence<kSrcArrays<K>>{});
+  static constexpr auto kDst = WidenAll(K::kDst, std::make_index_sequence<kDstArrays<K>>{});
+};
+// Which array of a side holds 3-byte colours, -1 for none.
+template <size_t N>
+constexpr int TripleAt(const Arr (&a)[N]) {
+  for (size_t k = 0; k < N; ++k) {
+    if (a[k].bytes == 3) return static_cast<int>(k);
+  }
+  return -1;
+}
+template <class K>
+constexpr bool kHasTriples = TripleAt(K::kSrc) >= 0 || TripleAt(K::kDst) >= 0;
+
+template <class K>
+inline Io Advance(Io io, size_t at) {
+  for (int k = 0; k < kDstArrays<K>; ++k) io.d[k] += at * K::kDst[k].stride;
+  for (int k = 0; k < kSrcArrays<K>; ++k) io.s[k] += at * K::kSrc[k].stride;
+  return io;
+}
+
+// Blocks of elements whose 3-byte colours are moved to or from 32-bit words around
+// the member's own loop.
+template <class K>
+inline void WidenedLoop([[maybe_unused]] const Io &io, [[maybe_unused]] size_t n) {
+#if RK_TRIPLE_MOVES
+  constexpr int ts = TripleAt(K::kSrc), td = TripleAt(K::kDst);
+  static_assert(ts < 0 || td < 0, "one 3-byte side at most");
+  constexpr size_t kBlock = 256;
+  alignas(64) uint32_t words[kBlock];
+  for (size_t at = 0; at < n; at += kBlock) {
+    const size_t m = std::min(kBlock, n - at);
+    Io block = Advance<K>(io, at);
+    uint8_t *out = nullptr;
+    if constexpr (ts >= 0) {
+      LoadTriples<K::kSrc[ts].stride>(words, block.s[ts], m);
+      block.s[ts] = reinterpret_cast<const uint8_t *>(words);
+    } else {
+      out = block.d[td];
+      block.d[td] = reinterpret_cast<uint8_t *>(words);
+    }
+    DenseLoop<Widen<K>>(block, m);
+    if constexpr (td >= 0) StoreTriples<K::kDst[td].stride>(out, words, m);
+  }
+#endif
+}
+
 template <class K>
 inline void FastLoop(size_t n, uint8_t *__restrict d0, uint8_t *__restrict d1,
                      uint8_t *__restrict d2, const uint8_t *__restrict s0,
                      const uint8_t *__restrict s1, const uint8_t *__restrict s2) {
   const Io io = ElementZero<K>(d0, d1, d2, s0, s1, s2);
-  if constexpr (K::kPairs) {
-    const size_t even = n & ~size_t{1};
-    if constexpr (kPositional<K>) {
-#pragma GCC ivdep
-      for (size_t i = 0; i < even; i += 2) PairStep<K>(io, i);
-    } else {
-#pragma GCC ivdep
-      for (size_t i = 0; i < even; ++i) OneStep<K>(io, i);
-    }
-    if (n & 1) AloneStep<K>(io, n - 1, n);
+  const size_t body = K::kPairs ? n & ~size_t{1} : n;
+  if constexpr (kHasTriples<K> && kTripleMoves) {
+    WidenedLoop<K>(io, body);
   } else {
-#pragma GCC ivdep
-    for (size_t i = 0; i < n; ++i) OneStep<K>(io, i);
+    DenseLoop<K>(io, body);
   }
+  if (body != n) AloneStep<K>(io, n - 1, n);
 }
 template <class K>
 void FastWalk(const ConvArgs &a) {
