@@ -63,6 +63,12 @@ void CheckForms(rkt::Rng &rng) {
     ASSERT_EQ(tr::LaneBlend<F>(ls, ld, w), want) << std::hex << s << " " << d << " w " << w;
     ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAdd16>(ls, ld, w)), want | (down ? 0x0800u : 0u));
     ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAddBytes>(ls, ld, w)), want | (down ? 0x0700u : 0u));
+    // The same, against the unmasked additions done literally on the shifted product.
+    uint32_t q = ((((s & 0x1F) - (d & 0x1F)) * w) & 0xFFFF) >> 5, db = d & 0x1F;
+    uint32_t rg = want & ~0x1Fu;
+    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAdd16>(ls, ld, w)), rg | ((q + db) & 0xFFFF));
+    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAddBytes>(ls, ld, w)),
+              rg | (q & 0xFF00) | ((q + db) & 0xFF));
   }
 }
 

@@ -30,6 +30,12 @@ enum class Blue {
 // and destination adds (ts - td) * weight to red), multiplied, shifted back up and
 // added to the destination's high bits; green and blue are the differences of the
 // fields in place, multiplied and shifted down by 5. Products keep their low 16 bits.
+//
+// The unmasked blue lanes serve only the channel member, whose weights are 0..31:
+// its blue product then lies within +-961, and a negative one (blue going down)
+// is exactly when the unmasked addition borrows, leaving 0x07xx + d (byte-wise: the
+// carry out of the low byte is lost, bits 8..10 stay) or 0x08xx (16-bit: the carry
+// reaches bit 11) above the exact field. The sign of the product gives those bits.
 template <class F, Blue B = Blue::kMasked>
 inline uint16_t LaneBlend(uint16_t s, uint16_t d, uint16_t w) {
   constexpr int kUp = F::kRShift - 5;
@@ -39,15 +45,11 @@ inline uint16_t LaneBlend(uint16_t s, uint16_t d, uint16_t w) {
   r = static_cast<uint16_t>((static_cast<uint16_t>(r << kUp) + (d & kHigh)) & F::kR);
   uint16_t g = mul(static_cast<uint32_t>(s & F::kG) - static_cast<uint32_t>(d & F::kG));
   g = static_cast<uint16_t>(((g >> 5) + (d & F::kG)) & F::kG);
-  uint16_t b = static_cast<uint16_t>(
-      mul(static_cast<uint32_t>(s & F::kB) - static_cast<uint32_t>(d & F::kB)) >> 5);
-  const uint16_t db = static_cast<uint16_t>(d & F::kB);
-  if constexpr (B == Blue::kMasked) {
-    b = static_cast<uint16_t>((b + db) & F::kB);
-  } else if constexpr (B == Blue::kAdd16) {
-    b = static_cast<uint16_t>(b + db);
-  } else {
-    b = static_cast<uint16_t>((b & 0xFF00) | ((b + db) & 0xFF));
+  const uint16_t p = mul(static_cast<uint32_t>(s & F::kB) - static_cast<uint32_t>(d & F::kB));
+  uint16_t b = static_cast<uint16_t>(((p >> 5) + (d & F::kB)) & F::kB);
+  if constexpr (B != Blue::kMasked) {
+    constexpr uint16_t kStray = B == Blue::kAdd16 ? 0x0800 : 0x0700;
+    b |= static_cast<uint16_t>(static_cast<int16_t>(p) >> 15) & kStray;
   }
   return static_cast<uint16_t>(r | g | b);
 }
