@@ -48,7 +48,9 @@ void MaskRow32(const RowArgs &r) {
 // GCC 12's AVX-512 headers trip its own uninitialised-value warnings.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wuninitialized"
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 // Sixteen pixels (48 bytes) a step: the pixels are widened to 32-bit lanes to be
 // compared with the key, the compare is narrowed back over their bytes and chooses
 // source or destination. The row's last step loads and stores through byte masks,

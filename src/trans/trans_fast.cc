@@ -142,8 +142,8 @@ void Pairs32(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t
         const uint64_t wp = Mode::kChannel ? Load<uint64_t>(wq + 8 * p) : uniform;
         Store(wq + 8 * p,
               wp & (left ? 0xFFFFFFFF00000000ull : ~0ull) & (right ? 0xFFFFFFFFull : ~0ull));
-        Store(kq + 8 * p, (right & !left ? 0xFFFFFFFF00FFFFFFull : ~0ull) &
-                              (left & !right ? 0x00FFFFFFFFFFFFFFull : ~0ull));
+        Store(kq + 8 * p, ((right && !left) ? 0xFFFFFFFF00FFFFFFull : ~0ull) &
+                              ((left && !right) ? 0x00FFFFFFFFFFFFFFull : ~0ull));
       }
     }
     for (int32_t i = 0; i < 4 * pairs; ++i) {
