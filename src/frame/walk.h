@@ -25,6 +25,7 @@
 
 #include "frame/clip.h"
 #include "frame/mem.h"
+#include "module/checked.h"
 #include "module/dispatch.h"
 #include "module/isa.h"
 
@@ -157,6 +158,7 @@ void RefRows(Row<M> row, const Plane &dp, const Plane &sp, const Plane &cp, int3
 
 template <class K>
 void RunBlit(const BlitCall &call) {
+  RK_CHECKED(CheckBlit(K::kId, call, K::kChanElem != 0));
   if (K::Skip(call.a)) return;
   ClipRect r;
   if (!ClipBlit(*call.dst, call.dstX, call.dstY, *call.src, call.srcX, call.srcY, call.width,
