@@ -63,8 +63,10 @@ std::string WideRows(rkt::Rng &rng) {
   });
 }
 RKT_DIFF(WideLight16, (WideRows<RkLight16, 2>), 30);
+RKT_DIFF(WideLight15, (WideRows<RkLight15, 2>), 30);
 RKT_DIFF(WideLight24, (WideRows<RkLight24, 3>), 30);
 RKT_DIFF(WideLight32, (WideRows<RkLight32, 4>), 30);
+RKT_DIFF(WideDarkle16, (WideRows<RkDarkle16, 2>), 30);
 RKT_DIFF(WideDarkle15, (WideRows<RkDarkle15, 2>), 30);
 RKT_DIFF(WideDarkle24, (WideRows<RkDarkle24, 3>), 30);
 RKT_DIFF(WideDarkle32, (WideRows<RkDarkle32, 4>), 30);

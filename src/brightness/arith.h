@@ -141,9 +141,11 @@ constexpr uint16_t LaneSatField(uint32_t c, uint32_t k, uint16_t max) {
 template <class F>
 constexpr uint32_t MaskLightLane(uint32_t p, uint32_t k) {
   auto w = static_cast<uint16_t>(p);
-  uint16_t r = LaneSatField(w >> F::kRShift, k, F::kRMax);
-  uint16_t g = LaneSatField(GreenOf<F>(w), k, F::kGMax);
-  uint16_t b = LaneSatField(BlueOf<F>(w), k, F::kBMax);
+  auto rf = static_cast<uint16_t>(w >> F::kRShift),
+       gf = static_cast<uint16_t>((w >> F::kGShift) & F::kGMax),
+       bf = static_cast<uint16_t>(w & F::kBMax);
+  uint16_t r = LaneSatField(rf, k, F::kRMax), g = LaneSatField(gf, k, F::kGMax),
+           b = LaneSatField(bf, k, F::kBMax);
   return static_cast<uint16_t>(static_cast<uint16_t>(r << F::kRShift) |
                                static_cast<uint16_t>(g << F::kGShift) | b);
 }

@@ -84,14 +84,17 @@ inline void MapPairs(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t
   }
 }
 
-// Pairs of 3-byte pixels seen as three 16-bit words (a0 a1, a2 b0, b1 b2): the words
-// of the destination that keep their value under the key rule. kWhole: a pair is
-// drawn only when neither pixel is the key, one[p] is set to whether exactly one pixel
-// of pair p is the key, and the result tells whether any is; otherwise each non-key
-// pixel is drawn and `one` is not used.
+// Keep masks of 3-byte pixel pairs: for each byte of the pairs, 0xFF when the byte
+// keeps the destination's value under the key rule, 0 when it is drawn. kWhole: a pair
+// is drawn only when neither pixel is the key, one[p] is set to whether exactly one
+// pixel of pair p is the key, and the result tells whether any is; otherwise each
+// non-key pixel is drawn and `one` is not used. Two forms give the same masks: a pair
+// as three 16-bit words (a0 a1, a2 b0, b1 b2), and two pairs as three 32-bit words
+// (a0 a1 a2 b0, b1 b2 c0 c1, c2 d0 d1 d2); the vectoriser does the first better where
+// 16-bit lanes can be permuted across a vector (AVX-512), the second elsewhere.
 template <bool kWhole>
 inline bool KeepWords24(const uint8_t *__restrict s, int64_t pairs, uint32_t key,
-                        uint16_t *__restrict keep, uint8_t *__restrict one) {
+                        uint8_t *__restrict keep, uint8_t *__restrict one) {
   uint16_t anyOne = 0;
   const auto k01 = static_cast<uint16_t>(key), k12 = static_cast<uint16_t>(key >> 8),
              k0 = static_cast<uint16_t>(key & 0xFF), k2 = static_cast<uint16_t>(key >> 16 & 0xFF);
@@ -102,9 +105,9 @@ inline bool KeepWords24(const uint8_t *__restrict s, int64_t pairs, uint32_t key
     auto kb = static_cast<uint16_t>(((w1 >> 8) == k0) & (w2 == k12));
     auto ma = static_cast<uint16_t>(-(kWhole ? ka | kb : ka)),
          mb = static_cast<uint16_t>(-(kWhole ? ka | kb : kb));
-    keep[3 * p] = ma;
-    keep[3 * p + 1] = static_cast<uint16_t>((ma & 0x00FF) | (mb & 0xFF00));
-    keep[3 * p + 2] = mb;
+    StoreE<2>(keep + 6 * p, ma);
+    StoreE<2>(keep + 6 * p + 2, static_cast<uint16_t>((ma & 0x00FF) | (mb & 0xFF00)));
+    StoreE<2>(keep + 6 * p + 4, mb);
     if constexpr (kWhole) {
       one[p] = static_cast<uint8_t>(ka ^ kb);
       anyOne |= ka ^ kb;
@@ -112,17 +115,54 @@ inline bool KeepWords24(const uint8_t *__restrict s, int64_t pairs, uint32_t key
   }
   return anyOne != 0;
 }
+template <bool kWhole>
+inline bool KeepQuads24(const uint8_t *__restrict s, int64_t quads, uint32_t key,
+                        uint8_t *__restrict keep, uint8_t *__restrict one) {
+  uint32_t anyOne = 0;
+  for (int64_t q = 0; q < quads; ++q) {
+    const uint8_t *a = s + 12 * q;
+    uint32_t d0 = LoadE<4>(a), d1 = LoadE<4>(a + 4), d2 = LoadE<4>(a + 8);
+    uint32_t ka = (d0 & 0xFFFFFF) == key, kb = (d0 >> 24 | (d1 & 0xFFFF) << 8) == key;
+    uint32_t kc = (d1 >> 16 | (d2 & 0xFF) << 16) == key, kd = d2 >> 8 == key;
+    uint32_t ma = -(kWhole ? ka | kb : ka), mb = -(kWhole ? ka | kb : kb),
+             mc = -(kWhole ? kc | kd : kc), md = -(kWhole ? kc | kd : kd);
+    StoreE<4>(keep + 12 * q, (ma & 0x00FFFFFF) | (mb & 0xFF000000));
+    StoreE<4>(keep + 12 * q + 4, (mb & 0x0000FFFF) | (mc & 0xFFFF0000));
+    StoreE<4>(keep + 12 * q + 8, (mc & 0x000000FF) | (md & 0xFFFFFF00));
+    if constexpr (kWhole) {
+      one[2 * q] = static_cast<uint8_t>(ka ^ kb);
+      one[2 * q + 1] = static_cast<uint8_t>(kc ^ kd);
+      anyOne |= (ka ^ kb) | (kc ^ kd);
+    }
+  }
+  return anyOne != 0;
+}
+
+#if defined(__AVX512BW__)
+inline constexpr bool kKeepWords = true;
+#else
+inline constexpr bool kKeepWords = false;
+#endif
 
 // Up to 256 pairs of 3-byte pixels: every byte mapped by fn2 (two bytes a word) unless
-// KeepWords24 keeps it.
+// its keep mask keeps it.
 constexpr int64_t kPairs24 = 256;
 template <bool kWhole, class Fn2>
 inline bool MapPairs24(uint8_t *__restrict d, const uint8_t *__restrict s, int64_t pairs,
                        uint32_t key, Fn2 fn2, uint8_t *__restrict one) {
-  uint16_t keep[3 * kPairs24];
-  bool anyOne = KeepWords24<kWhole>(s, pairs, key, keep, one);
+  uint8_t keep[6 * kPairs24];
+  bool anyOne;
+  if constexpr (kKeepWords) {
+    anyOne = KeepWords24<kWhole>(s, pairs, key, keep, one);
+  } else {
+    int64_t last = pairs & ~int64_t{1};
+    anyOne = KeepQuads24<kWhole>(s, pairs >> 1, key, keep, one);
+    if (pairs & 1) {
+      anyOne |= KeepWords24<kWhole>(s + 6 * last, 1, key, keep + 6 * last, one + last);
+    }
+  }
   for (int64_t i = 0; i < 3 * pairs; ++i) {
-    uint16_t m = keep[i];
+    uint16_t m = LoadE<2>(keep + 2 * i);
     StoreE<2>(d + 2 * i,
               static_cast<uint16_t>((fn2(LoadE<2>(s + 2 * i)) & ~m) | (LoadE<2>(d + 2 * i) & m)));
   }

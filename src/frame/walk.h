@@ -1,7 +1,8 @@
 // The row walk every blit shares: clip, address the rows, decide once a call
-// whether any access can leave a surface's own memory, then run each row through
-// the fast kernel where that gives the same bytes and through the reference walk
-// otherwise.
+// whether any access can leave a surface's own memory (and if one can, which rows'
+// accesses do: those rows take the guarded reference walk), then run each other row
+// through the fast kernel where that gives the same bytes and through the reference
+// walk otherwise.
 //
 // A blit kernel K is a struct deriving from BlitKernel<bytesPerPixel, channelElem>:
 //   static constexpr KernelId kId;
