@@ -7,6 +7,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "driver.h"
@@ -608,6 +609,52 @@ TEST(Convert, GreyRoundTrips) {
     there(wide, t, 256);
     home(back, wide, 256);
     EXPECT_EQ(std::vector<uint8_t>(back, back + 256), std::vector<uint8_t>(t, t + 256));
+  }
+}
+
+// Concurrent conversions: every member on four threads at once, each converting one
+// shared source into its own arrays, must give what the same calls give on one thread.
+TEST(Convert, ConcurrentCallsMatchOneThread) {
+  constexpr int kThreads = 4;
+  constexpr uint32_t kN = 301;
+  for (const auto &[name, spec] : Specs()) {
+    const ConvSpec &c = *spec;
+    rkt::Rng rng(rkt::BaseSeed() ^ 0xC0);
+    auto sized = [&](bool dst, int k) {
+      auto [lo, hi] = Footprint(c, dst, k, kN);
+      std::vector<uint8_t> v(static_cast<size_t>(hi - lo + 8));
+      rng.Fill(v.data(), v.size());
+      return std::make_pair(v, -lo);
+    };
+    std::vector<std::pair<std::vector<uint8_t>, int64_t>> src;
+    for (int k = 0; k < c.ns; ++k) src.push_back(sized(false, k));
+    const uint8_t *s[3] = {};
+    for (int k = 0; k < c.ns; ++k) s[k] = src[k].first.data() + src[k].second;
+    if (c.srcBAt >= 0) Plant(src[1].first.data() + src[1].second + c.srcBAt, s[2]);
+    using Arrays = std::vector<std::pair<std::vector<uint8_t>, int64_t>>;
+    std::vector<Arrays> first(kThreads);
+    for (auto &arrays : first)
+      for (int k = 0; k < c.nd; ++k) arrays.push_back(sized(true, k));
+    auto run = [&](Arrays &arrays) {
+      uint8_t *d[3] = {};
+      for (int k = 0; k < c.nd; ++k) d[k] = arrays[k].first.data() + arrays[k].second;
+      for (uint32_t n = kN; n > 0; n /= 3) {
+        // The G array carries the B plane's address until the call overwrites it.
+        if (c.dstBAt >= 0) Plant(d[1] + c.dstBAt, d[2]);
+        Call(c, d, s, n);
+      }
+    };
+    std::vector<Arrays> want = first, got = first;
+    for (auto &arrays : want) run(arrays);
+    std::vector<std::thread> threads;
+    for (auto &arrays : got) threads.emplace_back([&] { run(arrays); });
+    for (auto &t : threads) t.join();
+    for (int t = 0; t < kThreads; ++t) {
+      for (Arrays *a : {&got[t], &want[t]}) {  // each copy holds its own B plane's address
+        if (c.dstBAt >= 0) std::memset((*a)[1].first.data() + (*a)[1].second + c.dstBAt, 0, 8);
+      }
+      EXPECT_EQ(got[t], want[t]) << name << " thread " << t;
+    }
   }
 }
 
