@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <sstream>
+#include <type_traits>
 #include <vector>
 
 #include "driver.h"
@@ -17,6 +18,14 @@ RKT_BLIT(RkDarkle16, 2, rkt::Args::kA);
 RKT_BLIT(RkDarkle15, 2, rkt::Args::kA);
 RKT_BLIT(RkDarkle24, 3, rkt::Args::kA);
 RKT_BLIT(RkDarkle32, 4, rkt::Args::kA);
+RKT_BLIT(RkMaskLight16, 2, rkt::Args::kAKey);
+RKT_BLIT(RkMaskLight15, 2, rkt::Args::kAKey);
+RKT_BLIT(RkMaskLight24, 3, rkt::Args::kAKey);
+RKT_BLIT(RkMaskLight32, 4, rkt::Args::kAKey);
+RKT_BLIT(RkMaskDarkle16, 2, rkt::Args::kAKey);
+RKT_BLIT(RkMaskDarkle15, 2, rkt::Args::kAKey);
+RKT_BLIT(RkMaskDarkle24, 3, rkt::Args::kAKey);
+RKT_BLIT(RkMaskDarkle32, 4, rkt::Args::kAKey);
 
 namespace {
 
@@ -24,6 +33,51 @@ using LevelFn = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const Rk
                                    int32_t, int32_t, int32_t, uint32_t);
 using KeyFn = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
                                  int32_t, int32_t, int32_t, uint32_t, uint32_t);
+
+// Wide rows (the driver's rows are short): separate surfaces, rows of 200 to 1400
+// pixels, keys planted in runs, every level against the reference walk.
+template <auto Fn, int Bpp>
+std::string WideRows(rkt::Rng &rng) {
+  rkt::World w;
+  auto width = static_cast<int32_t>(rng.Range(200, 1400));
+  auto rows = static_cast<int32_t>(rng.Range(1, 4));
+  int32_t pitch = width * Bpp + static_cast<int32_t>(rng.Range(0, 4)) * 4;
+  RkSurface src = rkt::NewSurface(w, rng, {width, rows, pitch}, Bpp, true);
+  RkSurface dst = rkt::NewSurface(w, rng, {width, rows, pitch}, Bpp, true);
+  auto *px = static_cast<uint8_t *>(src.pixels);
+  uint32_t key = rng.U32();
+  for (int32_t y = 0; y < rows; ++y) {
+    for (int32_t x = 0; x < width; x += static_cast<int32_t>(rng.Range(1, 9))) {
+      if (rng.Chance(0.3)) std::memcpy(px + int64_t{y} * pitch + x * Bpp, &key, Bpp == 4 ? 3 : Bpp);
+    }
+  }
+  uint32_t level = rng.Chance(0.5) ? static_cast<uint32_t>(rng.Range(0, 600)) : rng.U32();
+  auto x0 = static_cast<int32_t>(rng.Range(0, 3));
+  auto wd = static_cast<int32_t>(width - x0 - rng.Range(0, 3));
+  return rkt::CompareLevels(w, [&] {
+    if constexpr (std::is_same_v<decltype(Fn), KeyFn>) {
+      Fn(&dst, x0, 0, &src, x0, 0, wd, rows, level, key);
+    } else {
+      Fn(&dst, x0, 0, &src, x0, 0, wd, rows, level);
+    }
+  });
+}
+RKT_DIFF(WideLight16, (WideRows<RkLight16, 2>), 30);
+RKT_DIFF(WideLight15, (WideRows<RkLight15, 2>), 30);
+RKT_DIFF(WideLight24, (WideRows<RkLight24, 3>), 30);
+RKT_DIFF(WideLight32, (WideRows<RkLight32, 4>), 30);
+RKT_DIFF(WideDarkle16, (WideRows<RkDarkle16, 2>), 30);
+RKT_DIFF(WideDarkle15, (WideRows<RkDarkle15, 2>), 30);
+RKT_DIFF(WideDarkle24, (WideRows<RkDarkle24, 3>), 30);
+RKT_DIFF(WideDarkle32, (WideRows<RkDarkle32, 4>), 30);
+RKT_DIFF(WideMaskLight16, (WideRows<RkMaskLight16, 2>), 30);
+RKT_DIFF(WideMaskLight15, (WideRows<RkMaskLight15, 2>), 30);
+RKT_DIFF(WideMaskLight24, (WideRows<RkMaskLight24, 3>), 30);
+RKT_DIFF(WideMaskLight32, (WideRows<RkMaskLight32, 4>), 30);
+RKT_DIFF(WideMaskDarkle16, (WideRows<RkMaskDarkle16, 2>), 30);
+RKT_DIFF(WideMaskDarkle15, (WideRows<RkMaskDarkle15, 2>), 30);
+RKT_DIFF(WideMaskDarkle24, (WideRows<RkMaskDarkle24, 3>), 30);
+RKT_DIFF(WideMaskDarkle32, (WideRows<RkMaskDarkle32, 4>), 30);
 
 // Two surfaces of `cols` x `rows` pixels, the rectangle w x rows at column x of both.
 // Pixels are given as values (depth 24: 0xRRGGBB, byte 0 lowest); an empty wantSrc
@@ -163,6 +217,92 @@ TEST(Brightness, DarklePins) {
        {0xFFFFFFFF, 0x12345678, 0x80808080}, {Q, Q, Q}, {0, 0, 0}, {}},
       {"depth 32: the fourth byte is scaled too", RkDarkle32, nullptr, 4, 3, 1, 0, 3, 128, 0,
        {0xFF804020, 0x02020202, 0x01FF0100}, {Q, Q, Q}, {0x7F402010, 0x01010101, 0x007F0000}, {}},
+  });
+}
+// clang-format on
+
+// clang-format off
+TEST(Brightness, MaskLightPins) {
+  const uint32_t A = 0xAAAA, K = 0x1234, B = 0xAAAAAA, Q = 0xAAAAAAAA;
+  RunPins({
+      {"scale 64 doubles every field, single and lanes", nullptr, RkMaskLight16, 2, 5, 1, 0, 5, 512, K,
+       std::vector<uint32_t>(5, 0x4208), std::vector<uint32_t>(5, A), std::vector<uint32_t>(5, 0x8410), {}},
+      {"level 1024 clips at the top, every path", nullptr, RkMaskLight16, 2, 7, 1, 0, 7, 1024, K,
+       std::vector<uint32_t>(7, 0xFFFF), std::vector<uint32_t>(7, A), std::vector<uint32_t>(7, 0xFFFF), {}},
+      {"a non-key pair: the lower pixel's blue clips early", nullptr, RkMaskLight16, 2, 2, 1, 0, 2, 200, K,
+       {0x001F, 0x001F}, {A, A}, {0x001F, 0x0018}, {}},
+      {"a pair member drawn alone is a single pixel", nullptr, RkMaskLight16, 2, 2, 1, 0, 2, 200, K,
+       {0x001F, K}, {A, A}, {0x0018, A}, {}},
+      {"lanes compare signed: green 63 at scale 1024 wraps to 32", nullptr, RkMaskLight16, 2, 5, 1, 0, 5, 8192, K,
+       std::vector<uint32_t>(5, 0x07E0), std::vector<uint32_t>(5, A),
+       {0x0400, 0x0400, 0x0400, 0x0400, 0x07E0}, {}},
+      {"mixed group: key places keep the destination", nullptr, RkMaskLight16, 2, 4, 1, 0, 4, 512, K,
+       {K, 0x4208, K, 0x4208}, {A, 0x1111, A, 0x2222}, {A, 0x8410, A, 0x8410}, {}},
+      {"all-key group: nothing written", nullptr, RkMaskLight16, 2, 4, 1, 0, 4, 512, K,
+       {K, K, K, K}, {A, 0x1111, A, 0x2222}, {A, 0x1111, A, 0x2222}, {}},
+      {"key last pixel, factor's low byte 0: the pair step is skipped", nullptr, RkMaskLight16, 2, 3, 1, 0, 3, 2048, K,
+       {0x4208, 0x4208, K}, {A, A, A}, {A, A, A}, {}},
+      {"key last pixel, factor's low byte 1: the pair step runs", nullptr, RkMaskLight16, 2, 3, 1, 0, 3, 2056, K,
+       {0x4208, 0x4208, K}, {A, A, A}, {0xFFFF, 0xFFFF, A}, {}},
+      {"width 1, key last pixel: the pair step takes columns -2 and -1", nullptr, RkMaskLight16, 2, 3, 1, 2, 1, 512, K,
+       {0x4208, 0x4208, K}, {A, A, A}, {0x8410, 0x8410, A}, {}},
+      {"width 1, key last pixel, scale 0: nothing", nullptr, RkMaskLight16, 2, 3, 1, 2, 1, 0, K,
+       {0x4208, 0x4208, K}, {A, A, A}, {A, A, A}, {}},
+      {"depth 15: lanes take red with bit 15, single pixels without", nullptr, RkMaskLight15, 2, 5, 1, 0, 5, 256, K,
+       std::vector<uint32_t>(5, 0x8400), std::vector<uint32_t>(5, A),
+       {0x7C00, 0x7C00, 0x7C00, 0x7C00, 0x0400}, {}},
+      {"depth 15: a pair's lower green clips at 768", nullptr, RkMaskLight15, 2, 2, 1, 0, 2, 200, K,
+       {0x03E0, 0x03E0}, {A, A}, {0x03E0, 0x0300}, {}},
+      {"depth 15: bit 15 of the key is compared", nullptr, RkMaskLight15, 2, 2, 1, 0, 2, 256, 0x9234,
+       {0x1234, 0x9234}, {A, A}, {0x1234, A}, {}},
+      {"depth 24, odd last pixel: (s2, 0, 0)", nullptr, RkMaskLight24, 3, 1, 1, 0, 1, 512, 0x654321,
+       {0x123456}, {B}, {0x000024}, {}},
+      {"depth 24, odd last pixel: the key is compared with s2 alone", nullptr, RkMaskLight24, 3, 1, 1, 0, 1, 512, 0x12,
+       {0x123456}, {B}, {B}, {}},
+      {"depth 24 pair: saturating bytes", nullptr, RkMaskLight24, 3, 2, 1, 0, 2, 512, 0x654321,
+       {0x80FF01, 0x000000}, {B, B}, {0xFFFF02, 0x000000}, {}},
+      {"depth 24 pair with one key", nullptr, RkMaskLight24, 3, 2, 1, 0, 2, 256, 0x654321,
+       {0x654321, 0x102030}, {B, B}, {B, 0x102030}, {}},
+      {"depth 32: byte 3 cleared in every path, key without byte 3", nullptr, RkMaskLight32, 4, 5, 1, 0, 5, 256, 0xAA112233,
+       {0xFF102030, 0xFF102030, 0x55112233, 0xFF102030, 0xFF102030}, {Q, Q, Q, Q, Q},
+       {0x00102030, 0x00102030, Q, 0x00102030, 0x00102030}, {}},
+  });
+}
+
+TEST(Brightness, MaskDarklePins) {
+  const uint32_t A = 0xAAAA, K = 0x1234, B = 0xAAAAAA, Q = 0xAAAAAAAA;
+  const std::vector<uint32_t> eight = {0x111111, 0x222222, 0x333333, 0x444444,
+                                       0x555555, 0x666666, 0x777777, 0x888888};
+  RunPins({
+      {"level 0: non-key pixels black, keys kept", nullptr, RkMaskDarkle16, 2, 3, 1, 0, 3, 0, K,
+       {0xFFFF, K, 0x1234 ^ 1}, {A, A, A}, {0, A, 0}, {}},
+      {"key/non-key pair: red and blue of the higher pixel at the key's place", nullptr, RkMaskDarkle16, 2, 2, 1, 0, 2, 256, K,
+       {K, 0xFFFF}, {A, A}, {0xF81F, A}, {}},
+      {"key/non-key pair: green from the lone pixel's work value", nullptr, RkMaskDarkle16, 2, 3, 1, 0, 3, 128, K,
+       {K, 0xFFFF, 0x0400}, {A, A, A}, {0x7A0F, A, 0x0200}, {}},
+      {"key/non-key pair after a key lone pixel: green 0", nullptr, RkMaskDarkle16, 2, 3, 1, 0, 3, 128, K,
+       {K, 0xFFFF, K}, {A, A, A}, {0x780F, A, A}, {}},
+      {"non-key/key pair: the lower pixel at its own place", nullptr, RkMaskDarkle16, 2, 2, 1, 0, 2, 128, K,
+       {0xFFFF, K}, {A, A}, {0x7BEF, A}, {}},
+      {"group lanes: blue spills above 263", nullptr, RkMaskDarkle16, 2, 4, 1, 0, 4, 512, K,
+       {0x001F, K, 0x001F, 0x001F}, {A, A, A, A}, {0x003E, A, 0x003E, 0x003E}, {}},
+      {"depth 15 key/non-key pair: the higher pixel at the key's place", nullptr, RkMaskDarkle15, 2, 2, 1, 0, 2, 256, K,
+       {K, 0x7FFF}, {A, A}, {0x7FFF, A}, {}},
+      {"depth 15: lanes take red with bit 15, single pixels without", nullptr, RkMaskDarkle15, 2, 5, 1, 0, 5, 8, K,
+       std::vector<uint32_t>(5, 0x8400), std::vector<uint32_t>(5, A), {0x0400, 0x0400, 0x0400, 0x0400, 0}, {}},
+      {"depth 24, odd last pixel: (s2, 0, 0)", nullptr, RkMaskDarkle24, 3, 1, 1, 0, 1, 128, 0x654321,
+       {0x123456}, {B}, {0x000009}, {}},
+      {"depth 24, width 3: the first pair is read from byte 4c - 6", nullptr, RkMaskDarkle24, 3, 8, 1, 0, 3, 256, 0x654321,
+       eight, std::vector<uint32_t>(8, B), {0x777777, 0x888888, 0x000033, B, B, B, B, B}, {}},
+      {"depth 24, width 3, one key in the misread pair: written at 2c - 3", nullptr, RkMaskDarkle24, 3, 8, 1, 0, 3, 256, 0x777777,
+       eight, std::vector<uint32_t>(8, B), {B, B, 0x000033, 0x888888, B, B, B, B}, {}},
+      {"depth 24, one key in a pair: written at 2e - 3", nullptr, RkMaskDarkle24, 3, 4, 1, 0, 2, 256, 0x654321,
+       {0x654321, 0x102030, B, B}, {B, B, B, B}, {B, B, B, 0x102030}, {}},
+      {"depth 24, the misplaced write lands on a pair already drawn", nullptr, RkMaskDarkle24, 3, 4, 1, 0, 4, 256, 0x654321,
+       {0x102030, 0x654321, 0x444444, 0x555555}, {B, B, B, B}, {B, B, 0x444444, 0x102030}, {}},
+      {"depth 32: byte 3 scaled in a pair, cleared alone", nullptr, RkMaskDarkle32, 4, 5, 1, 0, 5, 128, 0x00654321,
+       {0xC8808080, 0xC8808080, 0xC8808080, 0xFF654321, 0xC8808080}, {Q, Q, Q, Q, Q},
+       {0x64404040, 0x64404040, 0x00404040, Q, 0x00404040}, {}},
   });
 }
 // clang-format on

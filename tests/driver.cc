@@ -88,46 +88,7 @@ std::string Describe(const BlitCase &c, const BlitShape &sh) {
   return o.str();
 }
 
-void CallBlit(const BlitEntry &e, const BlitCall &c) {
-  using P = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                               int32_t, int32_t, int32_t);
-  using PA = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                int32_t, int32_t, int32_t, uint32_t);
-  using PAB = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                 int32_t, int32_t, int32_t, uint32_t, uint32_t);
-  using PC = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                int32_t, int32_t, int32_t, const RkSurface *, int32_t, int32_t);
-  using PCK =
-      void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t, int32_t,
-                         int32_t, int32_t, const RkSurface *, int32_t, int32_t, uint32_t);
-  switch (e.shape.args) {
-    case Args::kPlain:
-      reinterpret_cast<P>(e.fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height);
-      break;
-    case Args::kA:
-      reinterpret_cast<PA>(e.fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                                 c.a);
-      break;
-    case Args::kKey:
-      reinterpret_cast<PA>(e.fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                                 c.b);
-      break;
-    case Args::kAKey:
-      reinterpret_cast<PAB>(e.fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                                  c.a, c.b);
-      break;
-    case Args::kChannel:
-      reinterpret_cast<PC>(e.fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                                 c.chan, c.chX, c.chY);
-      break;
-    case Args::kChannelKey:
-      reinterpret_cast<PCK>(e.fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                                  c.chan, c.chX, c.chY, c.b);
-      break;
-  }
-}
-
-bool Keyed(Args a) { return a == Args::kKey || a == Args::kAKey || a == Args::kChannelKey; }
+void CallBlit(const BlitEntry &e, const BlitCall &c) { CallBlit(e.fn, e.shape.args, c); }
 
 // Picks a key from the source's own pixels and plants it in about a quarter of them.
 uint32_t PlantKey(Rng &rng, const RkSurface &src, int bpp) {

@@ -12,19 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "blit_call.h"
 #include "toolkit.h"
 
 namespace rkt {
-
-// Arguments after (dst, dstX, dstY, src, srcX, srcY, width, height).
-enum class Args {
-  kPlain,       // none
-  kA,           // level or opacity
-  kKey,         // keyColour (the keyed copies)
-  kAKey,        // level or opacity, keyColour
-  kChannel,     // channel, channelX, channelY
-  kChannelKey,  // channel, channelX, channelY, keyColour
-};
 
 struct BlitShape {
   int bpp;
@@ -33,7 +24,6 @@ struct BlitShape {
   bool writesSrc = false;
 };
 
-using AnyExport = void (*)();
 bool RegisterBlit(const char *name, AnyExport fn, BlitShape shape);
 
 // A generic differential case: builds a world from `rng`, then calls
@@ -57,17 +47,7 @@ struct BlitEntry {
   BlitShape shape;
 };
 const std::vector<BlitEntry> &BlitEntries();
-struct BlitCall {
-  const RkSurface *dst;
-  int32_t dstX, dstY;
-  const RkSurface *src;
-  int32_t srcX, srcY, width, height;
-  const RkSurface *chan;
-  int32_t chX, chY;
-  uint32_t a, b;
-};
 void CallBlit(const BlitEntry &e, const BlitCall &c);
-bool Keyed(Args a);
 uint32_t Param(Rng &rng);
 uint32_t PlantKey(Rng &rng, const RkSurface &src, int bpp);
 

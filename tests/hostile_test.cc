@@ -128,4 +128,28 @@ TEST(Hostile, ExtremeArgumentsStayInsideTheSurfaces) {
   }
 }
 
+TEST(Hostile, ZoomExtremesStayInsideTheSurfaces) {
+  using ZoomFn =
+      void(RKPIX_CALL *)(const RkSurface *, const RkRect *, const RkSurface *, const RkRect *);
+  const struct {
+    ZoomFn fn;
+    int bpp;
+  } zooms[] = {{&RkZoom16, 2}, {&RkZoom24, 3}, {&RkZoom32, 4}};
+  for (const auto &z : zooms) {
+    for (uint64_t i = 0; i < 400; ++i) {
+      rkt::Rng rng(rkt::BaseSeed() + i);
+      auto dst = Make(rng, z.bpp), src = Make(rng, z.bpp);
+      auto side = [&] {
+        return rng.Chance(0.5) ? Extreme(rng) : static_cast<int32_t>(rng.Range(-3, 12));
+      };
+      RkRect d{side(), side(), side(), side()}, s{side(), side(), side(), side()};
+      for (rk::Level level : rk::AvailableLevels()) {
+        rk::Level saved = rk::UseLevel(level);
+        z.fn(&dst->rec, &d, &src->rec, &s);
+        rk::UseLevel(saved);
+      }
+    }
+  }
+}
+
 }  // namespace

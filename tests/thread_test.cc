@@ -91,4 +91,48 @@ TEST(Threads, ConcurrentCallsMatchOneThread) {
   }
 }
 
+// The scalers: one shared source (a private one for RkZoom24, which stamps its
+// source), a destination and a list of rectangles per thread.
+using ZoomFn = void(RKPIX_CALL *)(const RkSurface *, const RkRect *, const RkSurface *,
+                                  const RkRect *);
+
+TEST(Threads, ConcurrentZoomsMatchOneThread) {
+  const struct {
+    ZoomFn fn;
+    int bpp;
+    bool writesSrc;
+  } zooms[] = {{&RkZoom16, 2, false}, {&RkZoom24, 3, true}, {&RkZoom32, 4, false}};
+  for (const auto &z : zooms) {
+    rkt::Rng rng(rkt::BaseSeed() ^ 0x200A);
+    Image src(kW, kH, z.bpp, rng);
+    std::vector<Image> dsts;
+    std::vector<std::vector<std::pair<RkRect, RkRect>>> rects(kThreads);
+    for (int t = 0; t < kThreads; ++t) {
+      dsts.emplace_back(kW, kH, z.bpp, rng);
+      for (int i = 0; i < kCalls; ++i) {
+        auto corner = [&](int32_t w, int32_t h) {
+          int32_t x = static_cast<int32_t>(rng.Range(-4, w)),
+                  y = static_cast<int32_t>(rng.Range(-4, h));
+          return RkRect{x, y, x + static_cast<int32_t>(rng.Range(0, w)),
+                        y + static_cast<int32_t>(rng.Range(0, h))};
+        };
+        rects[t].emplace_back(corner(kW, kH), corner(kW, kH));
+      }
+    }
+    auto replay = [&](int t, Image &dst, Image &from) {
+      for (auto &[d, s] : rects[t]) z.fn(&dst.rec, &d, &from.rec, &s);
+    };
+    std::vector<Image> want = dsts, wantSrc(kThreads, src), got = dsts, ownSrc(kThreads, src);
+    for (int t = 0; t < kThreads; ++t) replay(t, want[t], wantSrc[t]);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+      threads.emplace_back([&, t] { replay(t, got[t], z.writesSrc ? ownSrc[t] : src); });
+    }
+    for (auto &th : threads) th.join();
+    for (int t = 0; t < kThreads; ++t) {
+      EXPECT_EQ(got[t].bytes, want[t].bytes) << "bpp " << z.bpp << " thread " << t;
+    }
+  }
+}
+
 }  // namespace

@@ -29,7 +29,7 @@ constexpr uint32_t LevelScale16(uint32_t level) { return level >> 3; }
 // There is no saturation at the field's top: a result past it wraps through the mask.
 // Written in 16-bit steps so that the vectoriser keeps 16-bit lanes.
 constexpr uint32_t LightField(uint32_t c, uint32_t k, uint32_t round, uint32_t max) {
-  auto p = static_cast<uint16_t>(static_cast<uint16_t>(c) * static_cast<uint16_t>(k));
+  auto p = static_cast<uint16_t>(c * k);
   auto room = static_cast<uint16_t>(0xFFFF - round);
   auto t = static_cast<uint16_t>((p < room ? p : room) + round);  // saturating add
   return static_cast<uint16_t>(t >> 5) & max;
@@ -65,11 +65,11 @@ constexpr uint32_t LightByte(uint32_t v, uint32_t s) { return (((v * s) >> 8) + 
 // so a set bit 15 enters red as 32.
 template <class F, bool kRedWord = false>
 constexpr uint32_t DarkleLane(uint32_t p, uint32_t k) {
-  auto w = static_cast<uint16_t>(p), k16 = static_cast<uint16_t>(k);
-  auto r = static_cast<uint16_t>(kRedWord ? w >> F::kRShift : RedOf<F>(w));
-  auto red = static_cast<uint16_t>(static_cast<uint16_t>(r * k16) << (F::kRShift - 5)) & F::kR;
-  auto green = static_cast<uint16_t>(((w & F::kG) >> 5) * k16) & F::kG;
-  auto blue = static_cast<uint16_t>(BlueOf<F>(w) * k16) >> 5;
+  auto w = static_cast<uint16_t>(p);
+  uint32_t r = static_cast<uint16_t>(kRedWord ? w >> F::kRShift : RedOf<F>(w));
+  auto red = static_cast<uint16_t>(static_cast<uint16_t>(r * k) << (F::kRShift - 5)) & F::kR;
+  auto green = static_cast<uint16_t>(((w & F::kG) >> 5) * k) & F::kG;
+  auto blue = static_cast<uint16_t>(BlueOf<F>(w) * k) >> 5;
   return static_cast<uint16_t>(red | green | blue);
 }
 
@@ -88,12 +88,13 @@ constexpr uint32_t DarkleSingle(uint32_t p, uint32_t k) {
   return FoldWork(DarkleSingleWork<F>(p, k));
 }
 
-// Depths 24 and 32 and the packed path of the masked ones: the product wraps in 16 bits.
-constexpr uint32_t DarkleByte(uint32_t v, uint32_t s) {
-  return static_cast<uint16_t>(static_cast<uint16_t>(v) * static_cast<uint16_t>(s)) >> 8;
+// Depths 24 and 32, every path of the masked members too: bits 8..15 of the product
+// (the packed lanes wrap it in 16 bits; a 32-bit product gives the same byte).
+constexpr uint32_t DarkleByte(uint32_t v, uint32_t s) { return static_cast<uint16_t>(v * s) >> 8; }
+// Both bytes of a 16-bit word.
+constexpr uint32_t DarkleByte2(uint32_t w, uint32_t s) {
+  return DarkleByte(w & 0xFF, s) | DarkleByte(w >> 8 & 0xFF, s) << 8;
 }
-// A byte done alone by the masked members: a 32-bit product.
-constexpr uint32_t DarkleByteSingle(uint32_t v, uint32_t s) { return ((v * s) >> 8) & 0xFF; }
 
 // ---------------------------------------------------------------------------------
 // Masked light: saturating at each field's top, no rounding constant.
@@ -132,22 +133,35 @@ constexpr uint32_t MaskLightPairHigh(uint32_t p, uint32_t k) {
 // The group-of-four lanes: the product wraps in 16 bits and is compared as a signed
 // 16-bit number, so a product of 32768 or more gives the wrapped bits, not the top.
 // At depth 15 red is p >> 10 of the whole word (bit 15 adds 32 to red).
-constexpr uint32_t LaneSatField(uint32_t c, uint32_t k, uint32_t max) {
-  auto t = static_cast<int16_t>(static_cast<uint16_t>(c * k));
-  return t > static_cast<int32_t>(max * 32) ? max : (static_cast<uint32_t>(t) >> 5) & max;
+constexpr uint16_t LaneSatField(uint32_t c, uint32_t k, uint16_t max) {
+  auto u = static_cast<uint16_t>(c * k);
+  auto f = static_cast<uint16_t>((u >> 5) & max);
+  return static_cast<int16_t>(u) > static_cast<int16_t>(max * 32) ? max : f;
 }
 template <class F>
 constexpr uint32_t MaskLightLane(uint32_t p, uint32_t k) {
-  p &= 0xFFFF;
-  return PackRgb<F>(LaneSatField(p >> F::kRShift, k, F::kRMax),
-                    LaneSatField(GreenOf<F>(p), k, F::kGMax),
-                    LaneSatField(BlueOf<F>(p), k, F::kBMax));
+  auto w = static_cast<uint16_t>(p);
+  auto rf = static_cast<uint16_t>(w >> F::kRShift),
+       gf = static_cast<uint16_t>((w >> F::kGShift) & F::kGMax),
+       bf = static_cast<uint16_t>(w & F::kBMax);
+  uint16_t r = LaneSatField(rf, k, F::kRMax), g = LaneSatField(gf, k, F::kGMax),
+           b = LaneSatField(bf, k, F::kBMax);
+  return static_cast<uint16_t>(static_cast<uint16_t>(r << F::kRShift) |
+                               static_cast<uint16_t>(g << F::kGShift) | b);
 }
 
 // Depths 24 and 32, a byte done alone: min((v * s) >> 8, 255) with a 32-bit product.
 constexpr uint32_t SatByte(uint32_t v, uint32_t s) {
   uint32_t t = (v * s) >> 8;
   return t > 255 ? 255 : t;
+}
+// Both bytes of a 16-bit word by SatByte, for factors up to 65535: the high half of
+// (v << 8) * s is (v * s) >> 8, which keeps to 16-bit lanes.
+constexpr uint32_t SatByte2(uint32_t w, uint32_t s) {
+  auto k = static_cast<uint16_t>(s);
+  auto lo = static_cast<uint16_t>((uint32_t{static_cast<uint16_t>(w << 8)} * k) >> 16);
+  auto hi = static_cast<uint16_t>((uint32_t{static_cast<uint16_t>(w & 0xFF00)} * k) >> 16);
+  return static_cast<uint16_t>((lo > 255 ? 255 : lo) | (hi > 255 ? 255 : hi) << 8);
 }
 // Depths 24 and 32, a byte of a packed pair: the factor is a signed 16-bit number; a
 // signed product above 65280 gives 255, otherwise its bits 8..15. For factors below

@@ -5,4 +5,5 @@
 RK_FAST_FAMILY(brightness) {
   bright::RegisterLightFast(t);
   bright::RegisterDarkleFast(t);
+  bright::RegisterMaskFast(t);
 }

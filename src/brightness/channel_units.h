@@ -11,24 +11,6 @@
 RK_NS_BEGIN
 namespace bright {
 
-// Pixels of 2, 3 or 4 bytes and channel elements of 1 or 2 bytes through an accessor.
-template <int E, class M>
-uint32_t LdPx(const M &m, const uint8_t *p) {
-  if constexpr (E == 3) {
-    return m.Ld24(p);
-  } else {
-    return LdE<E>(m, p);
-  }
-}
-template <int E, class M>
-void StPx(const M &m, uint8_t *p, uint32_t v) {
-  if constexpr (E == 3) {
-    m.St24(p, v);
-  } else {
-    StE<E>(m, p, v);
-  }
-}
-
 // A row of a channel member addressed by column (any sign).
 template <int Bpp, int CE, class M>
 struct ChanRow {

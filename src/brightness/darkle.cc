@@ -11,14 +11,12 @@ namespace bright {
 // the packed lanes for the pair and the groups of four. From the third row on the
 // single-pixel step runs on every row, at column width for an even width.
 template <class F, KernelId Id>
-struct Darkle1615 : BlitKernel<2> {
+struct Darkle1615 : SameRowBytes<2, Darkle1615<F, Id>> {
   static constexpr KernelId kId = Id;
   static constexpr bool kPointwise = true;
   static Extent RowBytes(int32_t w, int32_t h) {
     return {0, 2 * (int64_t{w} + (h >= 3 && (w & 1) == 0 ? 1 : 0))};
   }
-  static Extent DstBytes(int32_t w, int32_t h) { return RowBytes(w, h); }
-  static Extent SrcBytes(int32_t w, int32_t h) { return RowBytes(w, h); }
   template <class M>
   static void Ref(const Row<M> &r) {
     DarkleLoneStep<F>(r);

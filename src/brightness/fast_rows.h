@@ -9,6 +9,7 @@ namespace bright {
 
 void RegisterLightFast(KernelTable &t);
 void RegisterDarkleFast(KernelTable &t);
+void RegisterMaskFast(KernelTable &t);
 
 }  // namespace bright
 RK_NS_END

@@ -46,6 +46,24 @@ constexpr uint32_t PackRgb(uint32_t r, uint32_t g, uint32_t b) {
 // Byte formats: Color24 is B, G, R; Color32 is B, G, R and a fourth byte. As a
 // 32-bit word R is bits 23..16, G 15..8, B 7..0.
 constexpr uint32_t kColourBytes = 0xFFFFFF;
+constexpr uint32_t ByteB(uint32_t w) { return w & 0xFF; }
+constexpr uint32_t ByteG(uint32_t w) { return w >> 8 & 0xFF; }
+constexpr uint32_t ByteR(uint32_t w) { return w >> 16 & 0xFF; }
+// The colour word of three bytes (each 0..255); the fourth byte is 0.
+constexpr uint32_t Bgr(uint32_t b, uint32_t g, uint32_t r) { return b | g << 8 | r << 16; }
+
+// Bytes (0..255) packed into 16-bit words by truncation, red in the high field.
+constexpr uint32_t Pack565(uint32_t r, uint32_t g, uint32_t b) {
+  return (r & 0xF8) << 8 | (g >> 2) << 5 | b >> 3;
+}
+constexpr uint32_t Pack555(uint32_t r, uint32_t g, uint32_t b) {
+  return (r & 0xF8) << 7 | (g >> 3) << 5 | b >> 3;
+}
+
+// The grey level of three bytes: luminance weights 77, 150, 29 over 256.
+constexpr uint32_t Grey888(uint32_t r, uint32_t g, uint32_t b) {
+  return (77 * r + 150 * g + 29 * b) >> 8;
+}
 
 // Intensity read-back.
 constexpr uint32_t ReadTrans(uint32_t e) { return e & 0xFF; }
@@ -54,5 +72,11 @@ constexpr uint32_t ReadLight(uint32_t e) { return std::min<uint32_t>(e & 0xFFFF,
 constexpr uint32_t ReadRGBLight32(uint32_t e) { return std::min<uint32_t>(e & 0xFFFF, 255); }
 // RGBLight16: 1023 or more reads as 31; 32..1022 wrap modulo 32.
 constexpr uint32_t ReadRGBLight16(uint32_t e) { return (e & 0xFFFF) >= 1023 ? 31 : (e & 31); }
+// RGBLight16 element as a colour byte with the high bit set: 0..31 give 0x80..0x83,
+// 1023 and more fill the low seven bits.
+constexpr uint32_t RGBLight16HighByte(uint32_t e) {
+  e &= 0xFFFF;
+  return ((e < 1023 ? e | 0x400 : e | 0x3FF) >> 3) & 0xFF;
+}
 
 RK_NS_END

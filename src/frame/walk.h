@@ -1,7 +1,8 @@
 // The row walk every blit shares: clip, address the rows, decide once a call
-// whether any access can leave a surface's own memory, then run each row through
-// the fast kernel where that gives the same bytes and through the reference walk
-// otherwise.
+// whether any access can leave a surface's own memory (and if one can, which rows'
+// accesses do: those rows take the guarded reference walk), then run each other row
+// through the fast kernel where that gives the same bytes and through the reference
+// walk otherwise.
 //
 // A blit kernel K is a struct deriving from BlitKernel<bytesPerPixel, channelElem>:
 //   static constexpr KernelId kId;
@@ -24,6 +25,7 @@
 
 #include "frame/clip.h"
 #include "frame/mem.h"
+#include "module/checked.h"
 #include "module/dispatch.h"
 #include "module/isa.h"
 
@@ -156,6 +158,7 @@ void RefRows(Row<M> row, const Plane &dp, const Plane &sp, const Plane &cp, int3
 
 template <class K>
 void RunBlit(const BlitCall &call) {
+  RK_CHECKED(CheckBlit(K::kId, call, K::kChanElem != 0));
   if (K::Skip(call.a)) return;
   ClipRect r;
   if (!ClipBlit(*call.dst, call.dstX, call.dstY, *call.src, call.srcX, call.srcY, call.width,

@@ -9,9 +9,7 @@
 // bits every byte is a component with a weight of 256.
 #pragma once
 
-#include <bit>
 #include <cstdint>
-#include <cstring>
 #include <type_traits>
 
 #include "formats/pixel.h"
@@ -32,6 +30,12 @@ enum class Blue {
 // and destination adds (ts - td) * weight to red), multiplied, shifted back up and
 // added to the destination's high bits; green and blue are the differences of the
 // fields in place, multiplied and shifted down by 5. Products keep their low 16 bits.
+//
+// The unmasked blue lanes serve only the channel member, whose weights are 0..31:
+// its blue product then lies within +-961, and a negative one (blue going down)
+// is exactly when the unmasked addition borrows, leaving 0x07xx + d (byte-wise: the
+// carry out of the low byte is lost, bits 8..10 stay) or 0x08xx (16-bit: the carry
+// reaches bit 11) above the exact field. The sign of the product gives those bits.
 template <class F, Blue B = Blue::kMasked>
 inline uint16_t LaneBlend(uint16_t s, uint16_t d, uint16_t w) {
   constexpr int kUp = F::kRShift - 5;
@@ -41,15 +45,11 @@ inline uint16_t LaneBlend(uint16_t s, uint16_t d, uint16_t w) {
   r = static_cast<uint16_t>((static_cast<uint16_t>(r << kUp) + (d & kHigh)) & F::kR);
   uint16_t g = mul(static_cast<uint32_t>(s & F::kG) - static_cast<uint32_t>(d & F::kG));
   g = static_cast<uint16_t>(((g >> 5) + (d & F::kG)) & F::kG);
-  uint16_t b = static_cast<uint16_t>(
-      mul(static_cast<uint32_t>(s & F::kB) - static_cast<uint32_t>(d & F::kB)) >> 5);
-  const uint16_t db = static_cast<uint16_t>(d & F::kB);
-  if constexpr (B == Blue::kMasked) {
-    b = static_cast<uint16_t>((b + db) & F::kB);
-  } else if constexpr (B == Blue::kAdd16) {
-    b = static_cast<uint16_t>(b + db);
-  } else {
-    b = static_cast<uint16_t>((b & 0xFF00) | ((b + db) & 0xFF));
+  const uint16_t p = mul(static_cast<uint32_t>(s & F::kB) - static_cast<uint32_t>(d & F::kB));
+  uint16_t b = static_cast<uint16_t>(((p >> 5) + (d & F::kB)) & F::kB);
+  if constexpr (B != Blue::kMasked) {
+    constexpr uint16_t kStray = B == Blue::kAdd16 ? 0x0800 : 0x0700;
+    b |= static_cast<uint16_t>(static_cast<int16_t>(p) >> 15) & kStray;
   }
   return static_cast<uint16_t>(r | g | b);
 }
@@ -67,6 +67,17 @@ inline uint16_t SingleBlend(uint32_t s, uint32_t d, uint32_t w) {
 // One byte at 24 and 32 bits: d + (((s - d) * weight) mod 65536 >> 8), mod 256.
 inline uint8_t ByteBlend(uint8_t s, uint8_t d, uint16_t w) {
   return static_cast<uint8_t>(d + (static_cast<uint16_t>((static_cast<uint32_t>(s) - d) * w) >> 8));
+}
+
+// Two bytes in one 16-bit lane, both with the same weight: ByteBlend on each.
+inline uint16_t HalfBlend(uint16_t s, uint16_t d, uint16_t w) {
+  const uint16_t ed = d & 0xFF, od = d >> 8;
+  auto down = [w](uint32_t diff) {
+    return static_cast<uint16_t>(static_cast<uint16_t>(diff * w) >> 8);
+  };
+  uint16_t e = down(static_cast<uint32_t>(s & 0xFF) - ed),
+           o = down(static_cast<uint32_t>(s >> 8) - od);
+  return static_cast<uint16_t>(((e + ed) & 0xFF) | (o + od) << 8);
 }
 
 // A 3- or 4-byte pixel; `fourth` blends byte 3, else it becomes 0.
@@ -237,18 +248,6 @@ inline void WalkBytes(const Row<M> &r) {
   if (tail) BytesUnit(r, n - tail, tail);
   if (n & 4) BytesUnit(r, (n & ~int64_t{7}), 4);
   for (int64_t off = (n & ~int64_t{7}) - 8; off >= 0; off -= 8) BytesUnit(r, off, 8);
-}
-
-// Little-endian element loads and stores of any alignment for the fast loops.
-inline uint16_t Get16(const uint8_t *p) {
-  uint16_t v;
-  std::memcpy(&v, p, 2);
-  if constexpr (std::endian::native == std::endian::big) v = static_cast<uint16_t>(v >> 8 | v << 8);
-  return v;
-}
-inline void Put16(uint8_t *p, uint16_t v) {
-  if constexpr (std::endian::native == std::endian::big) v = static_cast<uint16_t>(v >> 8 | v << 8);
-  std::memcpy(p, &v, 2);
 }
 
 }  // namespace trans

@@ -1,0 +1,117 @@
+// Moving 3-byte colour elements between their packed places (a 3- or 5-byte
+// stride) and 32-bit words, for the fast walks. Pure data movement: the formulas
+// stay in the members. Built with vector instructions where the level has byte
+// masks and word permutes; elsewhere the fast walks address the bytes directly.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "module/isa.h"
+
+#if defined(__AVX512BW__) && defined(__AVX512VL__)
+// GCC 12 warns about the intrinsics' own undefined vectors once they are inlined.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#define RK_TRIPLE_MOVES 1
+#else
+#define RK_TRIPLE_MOVES 0
+#endif
+
+RK_NS_BEGIN
+namespace conv {
+
+inline constexpr bool kTripleMoves = RK_TRIPLE_MOVES != 0;
+
+#if RK_TRIPLE_MOVES
+
+// Bytes 0..79 of 16 elements at a 5-byte stride that belong to an element.
+constexpr uint64_t Stride5Mask(int from, int bits) {
+  uint64_t m = 0;
+  for (int b = 0; b < bits; ++b) {
+    if ((from + b) % 5 < 3) m |= uint64_t{1} << b;
+  }
+  return m;
+}
+inline constexpr uint64_t kLow5 = Stride5Mask(0, 64), kHigh5 = Stride5Mask(64, 16);
+// The odd elements of 16.
+inline constexpr __mmask16 kOdd = 0xAAAA;
+
+// 16 bytes a 128-bit lane, the same in every lane.
+inline __m512i LaneBytes(const int8_t (&b)[16]) {
+  return _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i *>(b)));
+}
+
+// out[i] = the 3 bytes at in + Stride * i, fourth byte 0.
+template <int Stride>
+inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n) {
+  size_t i = 0;
+  if constexpr (Stride == 3) {
+    static constexpr int8_t kSpread[16] = {0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1};
+    const __m512i spread = LaneBytes(kSpread);
+    const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0);
+    for (; i + 16 <= n; i += 16) {
+      __m512i raw = _mm512_maskz_loadu_epi8(0xFFFFFFFFFFFFull, in + 3 * i);
+      __m512i v = _mm512_shuffle_epi8(_mm512_permutexvar_epi32(lanes, raw), spread);
+      _mm512_storeu_si512(out + i, v);
+    }
+  } else {
+    // Two elements fill five 16-bit words: (B0 G0) (R0 -) (- B1) (G1 R1) (- -).
+    alignas(64) static constexpr int16_t kWords[32] = {0,  1,  2,  3,  5,  6,  7,  8,  10, 11, 12,
+                                                       13, 15, 16, 17, 18, 20, 21, 22, 23, 25, 26,
+                                                       27, 28, 30, 31, 32, 33, 35, 36, 37, 38};
+    const __m512i words = _mm512_load_si512(kWords);
+    for (; i + 16 <= n; i += 16) {
+      __m512i a = _mm512_maskz_loadu_epi8(kLow5, in + 5 * i);
+      __m512i b = _mm512_maskz_loadu_epi8(kHigh5, in + 5 * i + 64);
+      __m512i v = _mm512_permutex2var_epi16(a, words, b);
+      _mm512_storeu_si512(out + i, _mm512_mask_srli_epi32(v, kOdd, v, 8));
+    }
+  }
+  for (; i < n; ++i) {
+    const uint8_t *p = in + Stride * i;
+    out[i] = p[0] | p[1] << 8 | p[2] << 16;
+  }
+}
+
+// The low 3 bytes of in[i] to out + Stride * i; nothing else is written.
+template <int Stride>
+inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n) {
+  size_t i = 0;
+  if constexpr (Stride == 3) {
+    static constexpr int8_t kPack[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1};
+    const __m512i pack = LaneBytes(kPack);
+    const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0);
+    for (; i + 16 <= n; i += 16) {
+      __m512i v = _mm512_shuffle_epi8(_mm512_loadu_si512(in + i), pack);
+      _mm512_mask_storeu_epi32(out + 3 * i, 0x0FFF, _mm512_permutexvar_epi32(lanes, v));
+    }
+  } else {
+    // Odd elements move up a byte so that each pair fills the words (B0 G0) (R0 -)
+    // (- B1) (G1 R1) (- -).
+    alignas(64) static constexpr int16_t kLow[32] = {0,  1,  2,  3,  0,  4,  5,  6,  7,  0,  8,
+                                                     9,  10, 11, 0,  12, 13, 14, 15, 0,  16, 17,
+                                                     18, 19, 0,  20, 21, 22, 23, 0,  24, 25};
+    alignas(64) static constexpr int16_t kHigh[32] = {26, 27, 0, 28, 29, 30, 31, 0};
+    const __m512i low = _mm512_load_si512(kLow), high = _mm512_load_si512(kHigh);
+    for (; i + 16 <= n; i += 16) {
+      __m512i v = _mm512_loadu_si512(in + i);
+      v = _mm512_mask_slli_epi32(v, kOdd, v, 8);
+      _mm512_mask_storeu_epi8(out + 5 * i, kLow5, _mm512_permutexvar_epi16(low, v));
+      _mm512_mask_storeu_epi8(out + 5 * i + 64, kHigh5, _mm512_permutexvar_epi16(high, v));
+    }
+  }
+  for (; i < n; ++i) {
+    uint8_t *p = out + Stride * i;
+    p[0] = static_cast<uint8_t>(in[i]);
+    p[1] = static_cast<uint8_t>(in[i] >> 8);
+    p[2] = static_cast<uint8_t>(in[i] >> 16);
+  }
+}
+
+#endif
+
+}  // namespace conv
+RK_NS_END
