@@ -43,14 +43,15 @@ inline void Spread3(typename Elem<E>::T *__restrict out, const uint8_t *__restri
   }
 }
 
-// The row's pairs of 3-byte pixels in chunks from the right end; each chunk's channel
-// elements are spread over their pixels' bytes, so that the loops run on bytes alone.
-// Chunks start at even pixels: byte b of a chunk is byte b % 6 of its pair.
+// The row's pairs of 3-byte pixels in chunks from the left (the order the prefetchers
+// follow best); each chunk's channel elements are spread over their pixels' bytes, so
+// that the loops run on bytes alone. Chunks start at even pixels: byte b of a chunk is
+// byte b % 6 of its pair.
 constexpr int64_t kChunkPairs = 64, kChunkBytes = 6 * kChunkPairs;
 template <int CE, class Fn>
 inline void ForChunks24(const RowArgs &r, typename Elem<CE>::T *spread, Fn fn) {
-  for (int64_t end = Pairs(r); end > 0; end -= kChunkPairs) {
-    int64_t q0 = std::max<int64_t>(0, end - kChunkPairs), n = end - q0;
+  for (int64_t q0 = 0; q0 < Pairs(r); q0 += kChunkPairs) {
+    int64_t n = std::min(kChunkPairs, Pairs(r) - q0);
     Spread3<CE>(spread, r.c + 2 * q0 * CE, 2 * n);
     fn(q0, 6 * n);
   }
@@ -103,11 +104,10 @@ inline void KeyFlags24(const uint8_t *__restrict s, int64_t pixels, uint32_t key
   }
 }
 
-// The keyed 24-bit pairs, worked on bytes. For each chunk, before(first pair, pairs,
-// flags) runs first, flags[6q] and flags[6q + 3] telling whether pair q's pixels are
-// the key; then byte b becomes fn(KeyedByte).
-template <int CE, class Before, class Fn>
-inline void KeyedPairs24(const RowArgs &r, Before before, Fn fn) {
+// The keyed 24-bit pairs, worked on bytes: byte b of each chunk becomes fn(KeyedByte).
+// Then after(first pair, whether a pair of the chunk has exactly one key) runs.
+template <int CE, class Fn, class After>
+inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
   constexpr int64_t kPad = 4;  // room for reads before and writes after the bytes
   uint8_t pos[kChunkBytes];
   for (int64_t b = 0; b < kChunkBytes; ++b) pos[b] = static_cast<uint8_t>(b % 6);
@@ -116,7 +116,6 @@ inline void KeyedPairs24(const RowArgs &r, Before before, Fn fn) {
   ForChunks24<CE>(r, e + kPad, [&](int64_t q0, int64_t nb) {
     const uint8_t *s = r.s + 6 * q0;
     KeyFlags24(s, nb / 3, r.b, own, other);
-    before(q0, nb / 6, own);
     uint8_t *__restrict d = r.d + 6 * q0;
     const auto *__restrict c = e + kPad;
     for (int64_t b = 0; b < nb; ++b) {
@@ -125,6 +124,9 @@ inline void KeyedPairs24(const RowArgs &r, Before before, Fn fn) {
       KeyedByte k{s[b], d[b], mine, right ? left : mine, own[b] != 0, other[b] != 0, right};
       d[b] = static_cast<uint8_t>(fn(k));
     }
+    uint8_t one = 0;
+    for (int64_t b = 0; b < nb; ++b) one |= own[b] ^ other[b];
+    after(q0, one != 0);
   });
 }
 
@@ -235,12 +237,13 @@ void FastMaskLightChan24(const RowArgs &r) {
   if (r.w & 1) KeyedLone<3>(Chan<3, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
   // A pixel drawn alone takes the left element.
   KeyedPairs24<2>(
-      r, [](int64_t, int64_t, const uint8_t *) {},
+      r,
       [](const KeyedByte &k) {
         bool pair = !k.otherKey;
         uint32_t v = LightChanByte16(k.v, pair ? k.c : k.cLeft, pair);
         return k.key ? k.o : v;
-      });
+      },
+      [](int64_t, bool) {});
 }
 
 void FastMaskLightChan32(const RowArgs &r) {
@@ -250,23 +253,37 @@ void FastMaskLightChan32(const RowArgs &r) {
       [](uint32_t px, uint32_t c) { return LightChanPair(px, c); });
 }
 
-// Within a chunk the misplaced pixels of its one-key pairs are written first, from the
-// right; the drawn pairs then overwrite those that land on them, as the pairs to the
-// left would in the walk from the right. Misplaced pixels never land right of their
-// own pair, so chunks to the right are never touched again.
+// The drawn pairs first, at their places; then the misplaced pixels of the one-key
+// pairs from the right, each byte written unless it lands on a drawn pair (which the
+// walk from the right would draw over it later: a misplaced pixel never lands right of
+// its own pair). Chunks without a one-key pair are noted in the first pass (the first
+// 4096 chunks of a row; any further ones are looked at again).
 void FastMaskDarkleChan24(const RowArgs &r) {
   auto x = Chan<3, 1>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
-  auto misplaced = [&x, &r](int64_t q0, int64_t n, const uint8_t *key) {
-    for (int64_t q = n - 1; q >= 0; --q) {
-      if (key[6 * q] == key[6 * q + 3]) continue;
-      PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * (q0 + q), r.b), q0 + q + 1);
-      x.PutAt(m.off, m.v);
+  constexpr int64_t kNoted = 4096;
+  uint64_t one[kNoted / 64] = {};
+  KeyedPairs24<1>(
+      r, [](const KeyedByte &k) { return k.key || k.otherKey ? k.o : DarkleByte(k.v, k.c); },
+      [&one](int64_t q0, bool any) {
+        int64_t i = q0 / kChunkPairs;
+        if (any && i < kNoted) one[i / 64] |= uint64_t{1} << (i % 64);
+      });
+  auto drawn = [&x, &r](int64_t q) { return ReadKeyedPair<3>(x, 2 * q, r.b).Both(); };
+  uint8_t own[kChunkBytes], other[kChunkBytes];
+  for (int64_t i = (Pairs(r) - 1) / kChunkPairs; Pairs(r) > 0 && i >= 0; --i) {
+    int64_t q0 = i * kChunkPairs, end = std::min(q0 + kChunkPairs, Pairs(r));
+    if (i < kNoted && (one[i / 64] >> (i % 64) & 1) == 0) continue;
+    KeyFlags24(r.s + 6 * q0, 2 * (end - q0), r.b, own, other);
+    for (int64_t q = end - 1; q >= q0; --q) {
+      if (own[6 * (q - q0)] == own[6 * (q - q0) + 3]) continue;
+      PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * q, r.b), q + 1);
+      for (int j = 0; j < 3; ++j) {
+        int64_t at = m.off + j;
+        if (at < 0 || !drawn(at / 6)) *At(r.d, at) = static_cast<uint8_t>(m.v >> (8 * j));
+      }
     }
-  };
-  KeyedPairs24<1>(r, misplaced, [](const KeyedByte &k) {
-    return k.key || k.otherKey ? k.o : DarkleByte(k.v, k.c);
-  });
+  }
 }
 
 void FastMaskDarkleChan32(const RowArgs &r) {
