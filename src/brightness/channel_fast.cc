@@ -76,11 +76,36 @@ struct KeyedByte {
 
 // For each byte of `pixels` (an even count) 3-byte pixels: own[b] whether its pixel is
 // the key, other[b] whether the other pixel of its pair is (0 or 1). Where byte
-// shuffles exist, four pixels at a time are gathered into 32-bit lanes and compared;
-// both outputs are then written up to 4 bytes past their 3 x pixels.
+// shuffles exist, four pixels at a time (eight with AVX2) are gathered into 32-bit
+// lanes and compared, as long as the 16 (32) bytes read stay within the pixels.
 inline void KeyFlags24(const uint8_t *__restrict s, int64_t pixels, uint32_t key,
                        uint8_t *__restrict own, uint8_t *__restrict other) {
   int64_t i = 0;
+#if defined(__AVX2__)
+  {
+    // Lane 0 holds bytes 0..15, lane 1 bytes 12..27; each lane's first 12 bytes are
+    // four pixels, which the shuffles take apart and put together again.
+    const __m256i split = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
+    const __m256i join = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+    const __m256i gather = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0,
+                                            1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    const __m256i toOwn = _mm256_setr_epi8(0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1, 0,
+                                           0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1);
+    const __m256i toOther = _mm256_setr_epi8(4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, -1, -1, -1, -1,
+                                             4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, -1, -1, -1, -1);
+    const __m256i k = _mm256_set1_epi32(static_cast<int>(key & kColourBytes));
+    const __m256i one = _mm256_set1_epi8(1);
+    for (; 3 * i + 32 <= 3 * pixels; i += 8) {
+      __m256i raw = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + 3 * i));
+      __m256i px = _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split), gather);
+      __m256i m = _mm256_and_si256(_mm256_cmpeq_epi32(px, k), one);
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(own + 3 * i),
+                          _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(m, toOwn), join));
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(other + 3 * i),
+                          _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(m, toOther), join));
+    }
+  }
+#endif
 #if defined(__SSSE3__)
   const __m128i gather = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
   const __m128i toOwn = _mm_setr_epi8(0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1);
@@ -108,10 +133,10 @@ inline void KeyFlags24(const uint8_t *__restrict s, int64_t pixels, uint32_t key
 // Then after(first pair, whether a pair of the chunk has exactly one key) runs.
 template <int CE, class Fn, class After>
 inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
-  constexpr int64_t kPad = 4;  // room for reads before and writes after the bytes
+  constexpr int64_t kPad = 4;  // room for the reads of the element 3 bytes back
   uint8_t pos[kChunkBytes];
   for (int64_t b = 0; b < kChunkBytes; ++b) pos[b] = static_cast<uint8_t>(b % 6);
-  uint8_t own[kChunkBytes + kPad], other[kChunkBytes + kPad];
+  uint8_t own[kChunkBytes], other[kChunkBytes];
   typename Elem<CE>::T e[kChunkBytes + kPad] = {};
   ForChunks24<CE>(r, e + kPad, [&](int64_t q0, int64_t nb) {
     const uint8_t *s = r.s + 6 * q0;
