@@ -65,92 +65,101 @@ inline void Pairs24(const RowArgs &r, Fn fn) {
                   [&](int64_t q0, int64_t nb) { MapBytes(r.d + 6 * q0, r.s + 6 * q0, v, nb, fn); });
 }
 
-// A byte of a keyed pair of 3-byte pixels as the byte loops see it: its source and
-// destination values, its pixel's element and the pair's left element, whether its
-// pixel is the key, whether the other pixel of the pair is, whether it is the right one.
-struct KeyedByte {
-  uint8_t v, o;
-  uint16_t c, cLeft;
-  bool key, otherKey, right;
-};
+// Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
+enum KeyCode : uint8_t { kOwnKey = 1, kOtherKey = 2, kRight = 4 };
 
-// For each byte of `pixels` (an even count) 3-byte pixels: own[b] whether its pixel is
-// the key, other[b] whether the other pixel of its pair is (0 or 1). Where byte
-// shuffles exist, four pixels at a time (eight with AVX2) are gathered into 32-bit
-// lanes and compared, as long as the 16 (32) bytes read stay within the pixels.
-inline void KeyFlags24(const uint8_t *__restrict s, int64_t pixels, uint32_t key,
-                       uint8_t *__restrict own, uint8_t *__restrict other) {
+// For each byte of `pixels` (an even count) 3-byte pixels its code: kOwnKey when its
+// pixel is the key, kOtherKey when the other pixel of its pair is, kRight when it
+// belongs to the pair's right pixel. Where byte shuffles exist, four pixels at a time
+// (eight with AVX2) are gathered into 32-bit lanes and compared, as long as the 16 (32)
+// bytes read stay within the pixels.
+inline void KeyCodes24(const uint8_t *__restrict s, int64_t pixels, uint32_t key,
+                       uint8_t *__restrict code) {
   int64_t i = 0;
+#if defined(__SSSE3__)
+  // Per 16-byte lane holding four pixels in its first 12 bytes: the shuffles that
+  // gather each pixel into a 32-bit lane, spread its key over its bytes, spread the
+  // other pixel's key over them, and the kRight bits.
+  static constexpr uint8_t kLane[4][16] = {
+      {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80},
+      {0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, 0x80, 0x80, 0x80, 0x80},
+      {4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, 0x80, 0x80, 0x80, 0x80},
+      {0, 0, 0, 4, 4, 4, 0, 0, 0, 4, 4, 4, 0, 0, 0, 0}};
+  auto lane = [](int n) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(kLane[n])); };
+#endif
 #if defined(__AVX2__)
   {
     // Lane 0 holds bytes 0..15, lane 1 bytes 12..27; each lane's first 12 bytes are
-    // four pixels, which the shuffles take apart and put together again.
+    // four pixels.
+    __m256i t[4];
+    for (int n = 0; n < 4; ++n) t[n] = _mm256_broadcastsi128_si256(lane(n));
     const __m256i split = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
     const __m256i join = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
-    const __m256i gather = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0,
-                                            1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
-    const __m256i toOwn = _mm256_setr_epi8(0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1, 0,
-                                           0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1);
-    const __m256i toOther = _mm256_setr_epi8(4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, -1, -1, -1, -1,
-                                             4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, -1, -1, -1, -1);
     const __m256i k = _mm256_set1_epi32(static_cast<int>(key & kColourBytes));
     const __m256i one = _mm256_set1_epi8(1);
     for (; 3 * i + 32 <= 3 * pixels; i += 8) {
       __m256i raw = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + 3 * i));
-      __m256i px = _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split), gather);
+      __m256i px = _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split), t[0]);
       __m256i m = _mm256_and_si256(_mm256_cmpeq_epi32(px, k), one);
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(own + 3 * i),
-                          _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(m, toOwn), join));
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(other + 3 * i),
-                          _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(m, toOther), join));
+      __m256i other = _mm256_shuffle_epi8(m, t[2]);
+      __m256i c = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(m, t[1]), t[3]),
+                                  _mm256_add_epi8(other, other));
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(code + 3 * i),
+                          _mm256_permutevar8x32_epi32(c, join));
     }
   }
 #endif
 #if defined(__SSSE3__)
-  const __m128i gather = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
-  const __m128i toOwn = _mm_setr_epi8(0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1);
-  const __m128i toOther = _mm_setr_epi8(4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, -1, -1, -1, -1);
-  const __m128i k = _mm_set1_epi32(static_cast<int>(key & kColourBytes));
-  const __m128i one = _mm_set1_epi8(1);
-  for (; 3 * i + 16 <= 3 * pixels; i += 4) {
-    __m128i px =
-        _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(s + 3 * i)), gather);
-    __m128i m = _mm_and_si128(_mm_cmpeq_epi32(px, k), one);
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(own + 3 * i), _mm_shuffle_epi8(m, toOwn));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(other + 3 * i), _mm_shuffle_epi8(m, toOther));
+  {
+    const __m128i t[4] = {lane(0), lane(1), lane(2), lane(3)};
+    const __m128i k = _mm_set1_epi32(static_cast<int>(key & kColourBytes));
+    const __m128i one = _mm_set1_epi8(1);
+    for (; 3 * i + 16 <= 3 * pixels; i += 4) {
+      __m128i raw = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + 3 * i));
+      __m128i m = _mm_and_si128(_mm_cmpeq_epi32(_mm_shuffle_epi8(raw, t[0]), k), one);
+      __m128i other = _mm_shuffle_epi8(m, t[2]);
+      __m128i c =
+          _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(m, t[1]), t[3]), _mm_add_epi8(other, other));
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(code + 3 * i), c);
+    }
   }
 #endif
   for (; i < pixels; i += 2) {
     uint8_t kl = IsKey<3>(Load24(s + 3 * i), key), kr = IsKey<3>(Load24(s + 3 * i + 3), key);
     for (int j = 0; j < 3; ++j) {
-      own[3 * i + j] = other[3 * i + 3 + j] = kl;
-      own[3 * i + 3 + j] = other[3 * i + j] = kr;
+      code[3 * i + j] = static_cast<uint8_t>(kl * kOwnKey + kr * kOtherKey);
+      code[3 * i + 3 + j] = static_cast<uint8_t>(kr * kOwnKey + kl * kOtherKey + kRight);
     }
   }
 }
+
+// A byte of a keyed pair of 3-byte pixels as the byte loops see it: its source and
+// destination values, its pixel's element and the pair's left element, its code.
+struct KeyedByte {
+  uint8_t v, o;
+  uint16_t c, cLeft;
+  uint8_t code;
+};
 
 // The keyed 24-bit pairs, worked on bytes: byte b of each chunk becomes fn(KeyedByte).
 // Then after(first pair, whether a pair of the chunk has exactly one key) runs.
 template <int CE, class Fn, class After>
 inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
   constexpr int64_t kPad = 4;  // room for the reads of the element 3 bytes back
-  uint8_t pos[kChunkBytes];
-  for (int64_t b = 0; b < kChunkBytes; ++b) pos[b] = static_cast<uint8_t>(b % 6);
-  uint8_t own[kChunkBytes], other[kChunkBytes];
+  uint8_t code[kChunkBytes];
   typename Elem<CE>::T e[kChunkBytes + kPad] = {};
   ForChunks24<CE>(r, e + kPad, [&](int64_t q0, int64_t nb) {
     const uint8_t *s = r.s + 6 * q0;
-    KeyFlags24(s, nb / 3, r.b, own, other);
+    KeyCodes24(s, nb / 3, r.b, code);
     uint8_t *__restrict d = r.d + 6 * q0;
     const auto *__restrict c = e + kPad;
-    for (int64_t b = 0; b < nb; ++b) {
-      bool right = pos[b] >= 3;
-      uint16_t mine = c[b], left = c[b - 3];  // both read: no load hangs on a condition
-      KeyedByte k{s[b], d[b], mine, right ? left : mine, own[b] != 0, other[b] != 0, right};
-      d[b] = static_cast<uint8_t>(fn(k));
-    }
     uint8_t one = 0;
-    for (int64_t b = 0; b < nb; ++b) one |= own[b] ^ other[b];
+    for (int64_t b = 0; b < nb; ++b) {
+      uint16_t mine = c[b], left = c[b - 3];  // both read: no load hangs on a condition
+      KeyedByte k{s[b], d[b], mine, (code[b] & kRight) ? left : mine, code[b]};
+      d[b] = static_cast<uint8_t>(fn(k));
+      one |= (code[b] ^ code[b] >> 1) & 1;
+    }
     after(q0, one != 0);
   });
 }
@@ -264,9 +273,9 @@ void FastMaskLightChan24(const RowArgs &r) {
   KeyedPairs24<2>(
       r,
       [](const KeyedByte &k) {
-        bool pair = !k.otherKey;
+        bool pair = (k.code & kOtherKey) == 0;
         uint32_t v = LightChanByte16(k.v, pair ? k.c : k.cLeft, pair);
-        return k.key ? k.o : v;
+        return (k.code & kOwnKey) ? k.o : v;
       },
       [](int64_t, bool) {});
 }
@@ -289,19 +298,24 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   constexpr int64_t kNoted = 4096;
   uint64_t one[kNoted / 64] = {};
   KeyedPairs24<1>(
-      r, [](const KeyedByte &k) { return k.key || k.otherKey ? k.o : DarkleByte(k.v, k.c); },
+      r,
+      [](const KeyedByte &k) {
+        uint32_t v = DarkleByte(k.v, k.c);
+        return (k.code & (kOwnKey | kOtherKey)) ? k.o : v;
+      },
       [&one](int64_t q0, bool any) {
         int64_t i = q0 / kChunkPairs;
         if (any && i < kNoted) one[i / 64] |= uint64_t{1} << (i % 64);
       });
   auto drawn = [&x, &r](int64_t q) { return ReadKeyedPair<3>(x, 2 * q, r.b).Both(); };
-  uint8_t own[kChunkBytes], other[kChunkBytes];
+  uint8_t code[kChunkBytes];
   for (int64_t i = (Pairs(r) - 1) / kChunkPairs; Pairs(r) > 0 && i >= 0; --i) {
     int64_t q0 = i * kChunkPairs, end = std::min(q0 + kChunkPairs, Pairs(r));
     if (i < kNoted && (one[i / 64] >> (i % 64) & 1) == 0) continue;
-    KeyFlags24(r.s + 6 * q0, 2 * (end - q0), r.b, own, other);
+    KeyCodes24(r.s + 6 * q0, 2 * (end - q0), r.b, code);
     for (int64_t q = end - 1; q >= q0; --q) {
-      if (own[6 * (q - q0)] == own[6 * (q - q0) + 3]) continue;
+      uint8_t c = code[6 * (q - q0)];
+      if ((c & kOwnKey) == (c & kOtherKey) >> 1) continue;
       PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * q, r.b), q + 1);
       for (int j = 0; j < 3; ++j) {
         int64_t at = m.off + j;
