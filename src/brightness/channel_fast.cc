@@ -68,6 +68,20 @@ inline void Pairs24(const RowArgs &r, Fn fn) {
 // Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
 enum KeyCode : uint8_t { kOwnKey = 1, kOtherKey = 2, kRight = 4 };
 
+#if defined(__SSSE3__)
+// Per 16-byte lane holding four 3-byte pixels in its first 12 bytes: the shuffles that
+// gather each pixel into a 32-bit lane, spread its key over its bytes, spread the other
+// pixel of its pair's key over them, and the kRight bits.
+constexpr uint8_t kKeyLane[4][16] = {
+    {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80},
+    {0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, 0x80, 0x80, 0x80, 0x80},
+    {4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, 0x80, 0x80, 0x80, 0x80},
+    {0, 0, 0, 4, 4, 4, 0, 0, 0, 4, 4, 4, 0, 0, 0, 0}};
+inline __m128i KeyLane(int n) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i *>(kKeyLane[n]));
+}
+#endif
+
 // For each byte of `pixels` (an even count) 3-byte pixels its code: kOwnKey when its
 // pixel is the key, kOtherKey when the other pixel of its pair is, kRight when it
 // belongs to the pair's right pixel. Where byte shuffles exist, four pixels at a time
@@ -76,23 +90,12 @@ enum KeyCode : uint8_t { kOwnKey = 1, kOtherKey = 2, kRight = 4 };
 inline void KeyCodes24(const uint8_t *__restrict s, int64_t pixels, uint32_t key,
                        uint8_t *__restrict code) {
   int64_t i = 0;
-#if defined(__SSSE3__)
-  // Per 16-byte lane holding four pixels in its first 12 bytes: the shuffles that
-  // gather each pixel into a 32-bit lane, spread its key over its bytes, spread the
-  // other pixel's key over them, and the kRight bits.
-  static constexpr uint8_t kLane[4][16] = {
-      {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80},
-      {0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, 0x80, 0x80, 0x80, 0x80},
-      {4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, 0x80, 0x80, 0x80, 0x80},
-      {0, 0, 0, 4, 4, 4, 0, 0, 0, 4, 4, 4, 0, 0, 0, 0}};
-  auto lane = [](int n) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(kLane[n])); };
-#endif
 #if defined(__AVX2__)
   {
     // Lane 0 holds bytes 0..15, lane 1 bytes 12..27; each lane's first 12 bytes are
     // four pixels.
     __m256i t[4];
-    for (int n = 0; n < 4; ++n) t[n] = _mm256_broadcastsi128_si256(lane(n));
+    for (int n = 0; n < 4; ++n) t[n] = _mm256_broadcastsi128_si256(KeyLane(n));
     const __m256i split = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
     const __m256i join = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
     const __m256i k = _mm256_set1_epi32(static_cast<int>(key & kColourBytes));
@@ -111,7 +114,7 @@ inline void KeyCodes24(const uint8_t *__restrict s, int64_t pixels, uint32_t key
 #endif
 #if defined(__SSSE3__)
   {
-    const __m128i t[4] = {lane(0), lane(1), lane(2), lane(3)};
+    const __m128i t[4] = {KeyLane(0), KeyLane(1), KeyLane(2), KeyLane(3)};
     const __m128i k = _mm_set1_epi32(static_cast<int>(key & kColourBytes));
     const __m128i one = _mm_set1_epi8(1);
     for (; 3 * i + 16 <= 3 * pixels; i += 4) {
