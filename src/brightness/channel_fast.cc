@@ -187,24 +187,25 @@ inline void BlendRowChan(uint8_t *__restrict d, const uint8_t *__restrict s,
   }
 }
 
-// Keyed 32-bit pixels in pairs: each pixel takes per its mode alone(pixel, element) or
-// both(pixel, element), the pixel drawn alone with the left element when kAloneLeft.
-template <bool kAloneLeft, int CE, class Alone, class Both>
+// Keyed 32-bit pixels in pairs: a key pixel keeps the destination, the others become
+// fn(pixel, element if drawn alone, its own element, drawn with its partner); a pixel
+// drawn alone takes the left element when kAloneLeft.
+template <bool kAloneLeft, int CE, class Fn>
 inline void KeyedPairs32(uint8_t *__restrict d, const uint8_t *__restrict s,
-                         const uint8_t *__restrict c, int64_t pairs, uint32_t key, Alone alone,
-                         Both both) {
+                         const uint8_t *__restrict c, int64_t pairs, uint32_t key, Fn fn) {
   for (int64_t q = 0; q < pairs; ++q) {
     uint32_t p[2], e[2], o[2];
+    bool k[2];
     for (int i = 0; i < 2; ++i) {
       p[i] = LoadE<4>(s + 8 * q + 4 * i);
       e[i] = LoadE<CE>(c + (2 * q + i) * CE);
       o[i] = LoadE<4>(d + 8 * q + 4 * i);
+      k[i] = IsKey<4>(p[i], key);
     }
-    auto [ml, mr] = PairModes(IsKey<4>(p[0], key), IsKey<4>(p[1], key));
-    uint32_t m[2] = {ml, mr};
+    bool both = !k[0] && !k[1];
     for (int i = 0; i < 2; ++i) {
-      uint32_t a = alone(p[i], kAloneLeft ? e[0] : e[i]), b = both(p[i], e[i]);
-      StoreE<4>(d + 8 * q + 4 * i, m[i] == kKeep ? o[i] : m[i] == kAlone ? a : b);
+      uint32_t v = fn(p[i], kAloneLeft ? e[0] : e[i], e[i], both);
+      StoreE<4>(d + 8 * q + 4 * i, k[i] ? o[i] : v);
     }
   }
 }
@@ -285,9 +286,11 @@ void FastMaskLightChan24(const RowArgs &r) {
 
 void FastMaskLightChan32(const RowArgs &r) {
   if (r.w & 1) KeyedLone<4>(Chan<4, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
-  KeyedPairs32<true, 2>(
-      r.d, r.s, r.c, Pairs(r), r.b, [](uint32_t px, uint32_t c) { return LightChanLone(px, c); },
-      [](uint32_t px, uint32_t c) { return LightChanPair(px, c); });
+  KeyedPairs32<true, 2>(r.d, r.s, r.c, Pairs(r), r.b,
+                        [](uint32_t px, uint32_t cAlone, uint32_t c, bool both) {
+                          uint32_t alone = LightChanLone(px, cAlone), pair = LightChanPair(px, c);
+                          return both ? pair : alone;
+                        });
 }
 
 // The drawn pairs first, at their places; then the misplaced pixels of the one-key
@@ -330,9 +333,10 @@ void FastMaskDarkleChan24(const RowArgs &r) {
 
 void FastMaskDarkleChan32(const RowArgs &r) {
   if (r.w & 1) KeyedLone<4>(Chan<4, 1>(Raw(r)), r.w - 1, r.b, DarkleChan3);
-  KeyedPairs32<false, 1>(
-      r.d, r.s, r.c, Pairs(r), r.b, [](uint32_t px, uint32_t c) { return DarkleChan3(px, c); },
-      [](uint32_t px, uint32_t c) { return DarkleChan4(px, c); });
+  KeyedPairs32<false, 1>(r.d, r.s, r.c, Pairs(r), r.b,
+                         [](uint32_t px, uint32_t, uint32_t c, bool both) {
+                           return DarkleChan3(px, c) | (both ? DarkleByte(px >> 24, c) << 24 : 0);
+                         });
 }
 
 }  // namespace
