@@ -14,6 +14,7 @@
 //   Map(Px) -> uint32_t           three planes into one array
 //   Map(Px) -> Px                 planes to planes
 //   Convert(Px, Pos, Px partner)  when the element's place in the walk matters
+//   Lanes(uint32_t) -> uint32_t   a pair as one word of two 16-bit lanes
 // and optionally AloneStep(io, i, count), its own step for an odd count's last
 // element.
 //
@@ -138,9 +139,16 @@ inline void StorePx(const Io &io, size_t i, const Px (&out)[N]) {
   (std::make_integer_sequence<int, kDstArrays<K>>{});
 }
 
+// A member that converts a pair as one 32-bit word of two 16-bit lanes (the even
+// element in the low lane), so that what one lane's arithmetic carries out reaches
+// the other; an element converted alone is the low lane with the high lane 0.
+template <class K>
+constexpr bool kLanes = requires(uint32_t w) {
+  K::Lanes(w);
+};
 // Whether a member's formula depends on the element's place in the walk.
 template <class K>
-constexpr bool kPositional = requires(const Px &p) {
+constexpr bool kPositional = kLanes<K> || requires(const Px &p) {
   K::Convert(p, Pos::kLow, p);
 };
 
@@ -162,9 +170,13 @@ inline Px ConvertAt(const Px &in, [[maybe_unused]] Pos pos, [[maybe_unused]] con
 // One element, read and then written.
 template <class K>
 inline void OneStep(const Io &io, size_t i) {
-  Px in = LoadPx<K>(io, i);
-  Px out[1] = {ConvertAt<K>(in, Pos::kAlone, in)};
-  StorePx<K>(io, i, out);
+  if constexpr (kLanes<K>) {
+    StoreLE<2>(io.d[0] + 2 * i, K::Lanes(LoadLE<2>(io.s[0] + 2 * i)));
+  } else {
+    Px in = LoadPx<K>(io, i);
+    Px out[1] = {ConvertAt<K>(in, Pos::kAlone, in)};
+    StorePx<K>(io, i, out);
+  }
 }
 // An odd count's last element in a pair walk.
 template <class K>
@@ -178,9 +190,14 @@ inline void AloneStep(const Io &io, size_t i, size_t count) {
 // Elements i and i + 1: both read, then both written.
 template <class K>
 inline void PairStep(const Io &io, size_t i) {
-  Px lo = LoadPx<K>(io, i), hi = LoadPx<K>(io, i + 1);
-  Px out[2] = {ConvertAt<K>(lo, Pos::kLow, hi), ConvertAt<K>(hi, Pos::kHigh, lo)};
-  StorePx<K>(io, i, out);
+  if constexpr (kLanes<K>) {
+    static_assert(K::kSrc[0].stride == 2 && K::kDst[0].stride == 2);
+    StoreLE<4>(io.d[0] + 2 * i, K::Lanes(LoadLE<4>(io.s[0] + 2 * i)));
+  } else {
+    Px lo = LoadPx<K>(io, i), hi = LoadPx<K>(io, i + 1);
+    Px out[2] = {ConvertAt<K>(lo, Pos::kLow, hi), ConvertAt<K>(hi, Pos::kHigh, lo)};
+    StorePx<K>(io, i, out);
+  }
 }
 
 template <class K>

@@ -60,9 +60,10 @@ constexpr uint32_t Pack555(uint32_t r, uint32_t g, uint32_t b) {
   return (r & 0xF8) << 7 | (g >> 3) << 5 | b >> 3;
 }
 
-// The grey level of three bytes: luminance weights 77, 150, 29 over 256.
+// The grey level of three bytes: luminance weights 77, 150, 29 over 256. The sum
+// (at most 65280) fits 16 bits.
 constexpr uint32_t Grey888(uint32_t r, uint32_t g, uint32_t b) {
-  return (77 * r + 150 * g + 29 * b) >> 8;
+  return static_cast<uint16_t>(77 * r + 150 * g + 29 * b) >> 8;
 }
 
 // Intensity read-back.
