@@ -647,6 +647,27 @@ TEST(Convert, GreyOfEveryPixel) {
   }
 }
 
+// Every 24-bit colour's grey level against (77 R + 150 G + 29 B) >> 8; the fourth
+// byte of Color32 plays no part.
+TEST(Convert, GreyOfEveryColour) {
+  const uint32_t chunk = 1 << 16;
+  std::vector<uint8_t> px(4 * size_t{chunk}), trans(chunk);
+  for (uint32_t base = 0; base < (1u << 24); base += chunk) {
+    for (uint32_t i = 0; i < chunk; ++i) {
+      uint32_t c = base + i;
+      px[4 * i] = uint8_t(c);
+      px[4 * i + 1] = uint8_t(c >> 8);
+      px[4 * i + 2] = uint8_t(c >> 16);
+      px[4 * i + 3] = uint8_t(i * 37);
+    }
+    RkBitConvertColor32ToTrans(trans.data(), px.data(), chunk);
+    for (uint32_t i = 0; i < chunk; ++i) {
+      uint32_t c = base + i;
+      ASSERT_EQ(trans[i], (77 * (c >> 16) + 150 * (c >> 8 & 0xFF) + 29 * (c & 0xFF)) >> 8) << c;
+    }
+  }
+}
+
 // Grey colours of every Trans level read back as the same level.
 TEST(Convert, GreyRoundTrips) {
   uint8_t t[256], back[256];

@@ -57,7 +57,7 @@ template <Arr In, Arr Out>
 struct BytesToGrey : Single {
   static constexpr Arr kSrc[] = {In};
   static constexpr Arr kDst[] = {Out};
-  static constexpr uint32_t Map(uint32_t w) { return Grey888(ByteR(w), ByteG(w), ByteB(w)); }
+  static constexpr uint32_t Map(uint32_t w) { return GreyOfBytes(w); }
 };
 
 // Grey colour of an 8-bit level.
