@@ -78,38 +78,8 @@ bool RegisterBlit(const char *name, void (*fn)(), int bpp, Args args, uint32_t a
                         static_cast<size_t>(bpp == 4 ? 3 : bpp));
     }
     Timed t;
-    RkSurface *d = &s->dst.rec, *sr = &s->src.rec, *c = &s->chan.rec;
-    using P = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                 int32_t, int32_t, int32_t);
-    using PA = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                  int32_t, int32_t, int32_t, uint32_t);
-    using PAB = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                   int32_t, int32_t, int32_t, uint32_t, uint32_t);
-    using PC = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                  int32_t, int32_t, int32_t, const RkSurface *, int32_t, int32_t);
-    using PCK =
-        void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t, int32_t,
-                           int32_t, int32_t, const RkSurface *, int32_t, int32_t, uint32_t);
-    switch (args) {
-      case Args::kPlain:
-        t.kernel = [=] { reinterpret_cast<P>(fn)(d, 0, 0, sr, 0, 0, w, h); };
-        break;
-      case Args::kA:
-        t.kernel = [=] { reinterpret_cast<PA>(fn)(d, 0, 0, sr, 0, 0, w, h, a); };
-        break;
-      case Args::kKey:
-        t.kernel = [=] { reinterpret_cast<PA>(fn)(d, 0, 0, sr, 0, 0, w, h, key); };
-        break;
-      case Args::kAKey:
-        t.kernel = [=] { reinterpret_cast<PAB>(fn)(d, 0, 0, sr, 0, 0, w, h, a, key); };
-        break;
-      case Args::kChannel:
-        t.kernel = [=] { reinterpret_cast<PC>(fn)(d, 0, 0, sr, 0, 0, w, h, c, 0, 0); };
-        break;
-      case Args::kChannelKey:
-        t.kernel = [=] { reinterpret_cast<PCK>(fn)(d, 0, 0, sr, 0, 0, w, h, c, 0, 0, key); };
-        break;
-    }
+    rkt::BlitCall c{&s->dst.rec, 0, 0, &s->src.rec, 0, 0, w, h, &s->chan.rec, 0, 0, a, key};
+    t.kernel = [=] { rkt::CallBlit(fn, args, c); };
     // The baseline: memcpy of the destination rectangle, row by row.
     t.baseline = [s, w, h, bpp] {
       for (int32_t y = 0; y < h; ++y) {

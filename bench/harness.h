@@ -14,9 +14,11 @@
 #include <memory>
 #include <string>
 
+#include "blit_call.h"
+
 namespace rkb {
 
-enum class Args { kPlain, kA, kKey, kAKey, kChannel, kChannelKey };
+using Args = rkt::Args;
 
 // What one timed run needs: the kernel call, the baseline call, and the number of
 // pixels a call produces. `keep` owns the memory both use.

@@ -8,21 +8,14 @@
 // Other shapes (conversions, zoom) register a case function with RKT_DIFF.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
+#include "blit_call.h"
 #include "toolkit.h"
 
 namespace rkt {
-
-// Arguments after (dst, dstX, dstY, src, srcX, srcY, width, height).
-enum class Args {
-  kPlain,       // none
-  kA,           // level or opacity
-  kKey,         // keyColour (the keyed copies)
-  kAKey,        // level or opacity, keyColour
-  kChannel,     // channel, channelX, channelY
-  kChannelKey,  // channel, channelX, channelY, keyColour
-};
 
 struct BlitShape {
   int bpp;
@@ -31,13 +24,32 @@ struct BlitShape {
   bool writesSrc = false;
 };
 
-using AnyExport = void (*)();
 bool RegisterBlit(const char *name, AnyExport fn, BlitShape shape);
 
 // A generic differential case: builds a world from `rng`, then calls
 // CompareLevels; returns "" or a report.
 using CaseFn = std::string (*)(Rng &rng);
 bool RegisterDiff(const char *name, CaseFn fn, int cases);
+
+// Every registered export as one random-case runner, sorted by name: the gtest
+// driver, the fuzzer and the thread test all walk this list.
+struct NamedCase {
+  std::string name;
+  std::function<std::string(Rng &)> run;
+  int cases;
+};
+std::vector<NamedCase> AllCases();
+
+// Registered blits, and a call of one on explicit arguments.
+struct BlitEntry {
+  std::string name;
+  AnyExport fn;
+  BlitShape shape;
+};
+const std::vector<BlitEntry> &BlitEntries();
+void CallBlit(const BlitEntry &e, const BlitCall &c);
+uint32_t Param(Rng &rng);
+uint32_t PlantKey(Rng &rng, const RkSurface &src, int bpp);
 
 // Registers one gtest per entry (called from main).
 void RegisterDiffTests();

@@ -5,6 +5,9 @@
 #include <cstring>
 #include <sstream>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 namespace rkt {
 
 Rng::Rng(uint64_t seed) {
@@ -17,7 +20,28 @@ Rng::Rng(uint64_t seed) {
   }
 }
 
+namespace {
+uint64_t TapeSeed(const uint8_t *tape, size_t n) {
+  uint64_t h = 1469598103934665603ull;
+  for (size_t i = 0; i < n; ++i) h = (h ^ tape[i]) * 1099511628211ull;
+  return h;
+}
+}  // namespace
+
+Rng::Rng(const uint8_t *tape, size_t n) : Rng(TapeSeed(tape, n)) {
+  tape_ = tape;
+  tapeLeft_ = n;
+}
+
 uint64_t Rng::Next() {
+  if (tapeLeft_ >= 8) {
+    uint64_t v = 0;
+    for (int i = 0; i < 8; ++i) v |= uint64_t{tape_[i]} << (8 * i);
+    tape_ += 8;
+    tapeLeft_ -= 8;
+    return v;
+  }
+  tapeLeft_ = 0;
   auto rotl = [](uint64_t x, int k) { return (x << k) | (x >> (64 - k)); };
   uint64_t result = rotl(s_[1] * 5, 7) * 9;
   uint64_t t = s_[1] << 17;
@@ -64,11 +88,51 @@ int CaseCount(int defaultCount) {
   return std::max(1, static_cast<int>(defaultCount * f));
 }
 
+Bytes::Bytes(size_t n, Guard guard) : size_(n) {
+  if (guard == kNone) {
+    data_ = static_cast<uint8_t *>(std::malloc(n ? n : 1));
+    return;
+  }
+  size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  size_t body = (n + page - 1) / page * page;
+  mapSize_ = body + 2 * page;
+  map_ = mmap(nullptr, mapSize_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (map_ == MAP_FAILED) std::abort();
+  auto *base = static_cast<uint8_t *>(map_) + page;
+  if (body && mprotect(base, body, PROT_READ | PROT_WRITE) != 0) std::abort();
+  data_ = guard == kGuardAfter ? base + (body - n) : base;
+}
+
+Bytes::Bytes(Bytes &&o) noexcept
+    : data_(o.data_), size_(o.size_), map_(o.map_), mapSize_(o.mapSize_) {
+  o.data_ = nullptr;
+  o.map_ = nullptr;
+}
+
+Bytes &Bytes::operator=(Bytes &&o) noexcept {
+  std::swap(data_, o.data_);
+  std::swap(size_, o.size_);
+  std::swap(map_, o.map_);
+  std::swap(mapSize_, o.mapSize_);
+  return *this;
+}
+
+Bytes::~Bytes() {
+  if (map_) {
+    munmap(map_, mapSize_);
+  } else {
+    std::free(data_);
+  }
+}
+
+Bytes::Guard &World::DefaultGuard() {
+  static Bytes::Guard g = Bytes::kNone;
+  return g;
+}
+
 int World::AddBuffer(Rng &rng, size_t n) {
-  Buffer b;
-  b.bytes.resize(n);
-  rng.Fill(b.bytes.data(), n);
-  bufs.push_back(std::move(b));
+  bufs.push_back(Buffer{Bytes(n, guard), {}});
+  rng.Fill(bufs.back().bytes.data(), n);
   return static_cast<int>(bufs.size()) - 1;
 }
 
@@ -125,9 +189,13 @@ RkSurface Place(World &w, int buf, const SurfaceSpec &s, int elem, int64_t at, b
 RkSurface NewSurface(World &w, Rng &rng, const SurfaceSpec &s, int elem, bool writable,
                      int *bufOut) {
   auto [lo, hi] = Owned(s, elem);
-  int64_t before = rng.Range(0, 64), after = rng.Range(0, 64);
+  int64_t before = 0, after = 0;
+  if (w.guard == Bytes::kNone) {
+    before = rng.Range(0, 64);
+    after = rng.Range(0, 64) + 1;
+  }
   // An empty surface still gets a buffer to point into.
-  int buf = w.AddBuffer(rng, static_cast<size_t>(before + (hi - lo) + after + 1));
+  int buf = w.AddBuffer(rng, static_cast<size_t>(before + (hi - lo) + after));
   if (bufOut) *bufOut = buf;
   RkSurface r = Place(w, buf, s, elem, before, writable);
   if (hi <= lo) r.pixels = w.Data(buf) + before;
@@ -135,11 +203,15 @@ RkSurface NewSurface(World &w, Rng &rng, const SurfaceSpec &s, int elem, bool wr
 }
 
 std::string CompareLevels(World &w, const std::function<void()> &call) {
+  auto copy = [](Bytes &b) { return std::vector<uint8_t>(b.begin(), b.end()); };
+  auto restore = [](Bytes &b, const std::vector<uint8_t> &v) {
+    if (!v.empty()) std::memcpy(b.data(), v.data(), v.size());
+  };
   std::vector<std::vector<uint8_t>> first, want;
-  for (auto &b : w.bufs) first.push_back(b.bytes);
+  for (auto &b : w.bufs) first.push_back(copy(b.bytes));
   rk::Level saved = rk::UseLevel(rk::Level::kRef);
   call();
-  for (auto &b : w.bufs) want.push_back(b.bytes);
+  for (auto &b : w.bufs) want.push_back(copy(b.bytes));
   std::ostringstream why;
   // The reference must leave every byte outside the allowed ranges alone.
   for (size_t i = 0; i < w.bufs.size() && why.str().empty(); ++i) {
@@ -158,7 +230,7 @@ std::string CompareLevels(World &w, const std::function<void()> &call) {
   }
   for (rk::Level level : rk::AvailableLevels()) {
     if (level == rk::Level::kRef || !why.str().empty()) continue;
-    for (size_t i = 0; i < w.bufs.size(); ++i) w.bufs[i].bytes = first[i];
+    for (size_t i = 0; i < w.bufs.size(); ++i) restore(w.bufs[i].bytes, first[i]);
     rk::UseLevel(level);
     call();
     for (size_t i = 0; i < w.bufs.size(); ++i) {
@@ -172,7 +244,7 @@ std::string CompareLevels(World &w, const std::function<void()> &call) {
       }
     }
   }
-  for (size_t i = 0; i < w.bufs.size(); ++i) w.bufs[i].bytes = want[i];
+  for (size_t i = 0; i < w.bufs.size(); ++i) restore(w.bufs[i].bytes, want[i]);
   rk::UseLevel(saved);
   return why.str();
 }

@@ -16,6 +16,9 @@ namespace rkt {
 class Rng {
  public:
   explicit Rng(uint64_t seed);
+  // Draws its first numbers from `tape` (8 bytes each, for a fuzzer's input to steer
+  // every choice), then continues from a seed made of the whole tape.
+  Rng(const uint8_t *tape, size_t n);
   uint64_t Next();
   uint32_t U32() { return static_cast<uint32_t>(Next() >> 32); }
   // Uniform in [lo, hi].
@@ -30,6 +33,8 @@ class Rng {
 
  private:
   uint64_t s_[4];
+  const uint8_t *tape_ = nullptr;
+  size_t tapeLeft_ = 0;
 };
 
 // Base seed and case count for the randomised tests (RKPIX_TEST_SEED,
@@ -37,15 +42,44 @@ class Rng {
 uint64_t BaseSeed();
 int CaseCount(int defaultCount);
 
-// A set of byte buffers (with random margins) that calls read and write. `allowed`
-// lists, per buffer, the byte ranges a call may change; everything else must keep
-// its first contents.
+// Memory for a test buffer: plain heap bytes, or bytes placed flush against an
+// inaccessible page (after the last byte, or before the first) so that any access
+// past that end faults at once. The address never moves.
+class Bytes {
+ public:
+  enum Guard { kNone, kGuardAfter, kGuardBefore };
+  Bytes(size_t n, Guard guard);
+  Bytes(Bytes &&o) noexcept;
+  Bytes &operator=(Bytes &&o) noexcept;
+  ~Bytes();
+  uint8_t *data() { return data_; }
+  const uint8_t *data() const { return data_; }
+  size_t size() const { return size_; }
+  uint8_t &operator[](size_t i) { return data_[i]; }
+  uint8_t *begin() { return data_; }
+  uint8_t *end() { return data_ + size_; }
+
+ private:
+  uint8_t *data_ = nullptr;
+  size_t size_ = 0;
+  void *map_ = nullptr;
+  size_t mapSize_ = 0;
+};
+
+// A set of byte buffers that calls read and write. `allowed` lists, per buffer, the
+// byte ranges a call may change; everything else must keep its first contents. With
+// `guard` set, every new buffer sits against an inaccessible page and surfaces get
+// no margins, so the bytes just outside a surface fault.
 struct World {
   struct Buffer {
-    std::vector<uint8_t> bytes;
+    Bytes bytes;
     std::vector<std::pair<int64_t, int64_t>> allowed;  // [lo, hi) within bytes
   };
   std::vector<Buffer> bufs;
+  Bytes::Guard guard = DefaultGuard();
+
+  // The guard new worlds start with (the drivers alternate it from case to case).
+  static Bytes::Guard &DefaultGuard();
 
   // Adds a buffer of n random bytes; returns its index.
   int AddBuffer(Rng &rng, size_t n);

@@ -24,6 +24,7 @@
 
 #include "frame/clip.h"
 #include "frame/mem.h"
+#include "module/checked.h"
 #include "module/dispatch.h"
 #include "module/isa.h"
 
@@ -122,6 +123,25 @@ struct Plane {
   }
 };
 
+// A plane's own memory as absolute addresses, for testing one row at a time.
+struct Owned {
+  int64_t lo = 0, hi = 0;
+  Extent ext{0, 0};
+  explicit Owned(const Plane &p) : ext(p.ext) {
+    if (!p.surf) return;
+    ByteRange o = OwnedBytes(*p.surf, p.elem);
+    auto base = static_cast<int64_t>(reinterpret_cast<uintptr_t>(p.surf->pixels));
+    lo = base + o.lo;
+    hi = base + o.hi;
+  }
+  // Whether every byte a row starting at `row` may touch lies in the plane's memory.
+  bool Holds(const uint8_t *row) const {
+    if (ext.hi <= ext.lo) return true;
+    auto a = static_cast<int64_t>(reinterpret_cast<uintptr_t>(row));
+    return lo < hi && lo <= a + ext.lo && a + ext.hi <= hi;
+  }
+};
+
 template <class K, class M>
 void RefRows(Row<M> row, const Plane &dp, const Plane &sp, const Plane &cp, int32_t h) {
   for (int32_t y = 0; y < h; ++y) {
@@ -137,6 +157,7 @@ void RefRows(Row<M> row, const Plane &dp, const Plane &sp, const Plane &cp, int3
 
 template <class K>
 void RunBlit(const BlitCall &call) {
+  RK_CHECKED(CheckBlit(K::kId, call, K::kChanElem != 0));
   if (K::Skip(call.a)) return;
   ClipRect r;
   if (!ClipBlit(*call.dst, call.dstX, call.dstY, *call.src, call.srcX, call.srcY, call.width,
@@ -158,17 +179,23 @@ void RunBlit(const BlitCall &call) {
   RowArgs args{dp.Start(), sp.Start(), cp.surf ? cp.Start() : nullptr, r.width, 0, call.a, call.b};
 
   bool inside = dp.Inside(h) && sp.Inside(h) && (!cp.surf || cp.Inside(h));
-  if (!inside) {
+  auto fast = ActiveTable().Get<BlitRowFn>(K::kId);
+  bool fastOk = fast && K::FastOk(call.a, call.b);
+  if (!inside && !fastOk) {
     Row<GuardMem> row{args, dp.Guard(), sp.Guard(), cp.surf ? cp.Guard() : GuardMem{}};
     walk::RefRows<K>(row, dp, sp, cp, h);
     return;
   }
-  auto fast = ActiveTable().Get<BlitRowFn>(K::kId);
   Row<RawMem> row{args, {}, {}, {}};
-  if (!fast || !K::FastOk(call.a, call.b)) {
+  if (!fastOk) {
     walk::RefRows<K>(row, dp, sp, cp, h);
     return;
   }
+  // Some access of the call can leave a surface: rows whose own accesses stay inside
+  // still take the usual path, the others the guarded reference walk (the same bytes
+  // either way; this keeps a call fast when only its last rows reach past the memory).
+  Row<GuardMem> guarded{args, dp.Guard(), sp.Guard(), cp.surf ? cp.Guard() : GuardMem{}};
+  const walk::Owned dOwn(dp), sOwn(sp), cOwn(cp);
   // Whole-call test first; rows are only tested one by one when the surfaces' spans meet.
   auto apart = [&](const ByteRange &d, const ByteRange &s, const ByteRange &c) {
     return !d.Overlaps(s) && !d.Overlaps(c) && !(K::kWritesSrc && s.Overlaps(c));
@@ -177,17 +204,24 @@ void RunBlit(const BlitCall &call) {
   bool allApart = apart(dp.AbsAll(h), sp.AbsAll(h), cp.surf ? cp.AbsAll(h) : noChan);
   for (int32_t y = 0; y < h; ++y) {
     row.y = y;
-    bool useFast = allApart;
-    if (!useFast) {
-      ByteRange c = cp.surf ? cp.Abs(row.c) : noChan;
-      useFast = apart(dp.Abs(row.d), sp.Abs(row.s), c) ||
-                (K::kPointwise && row.d == row.s && dp.ext.lo == sp.ext.lo &&
-                 dp.ext.hi == sp.ext.hi && !dp.Abs(row.d).Overlaps(c));
-    }
-    if (useFast) {
+    if (!inside && !(dOwn.Holds(row.d) && sOwn.Holds(row.s) && (!cp.surf || cOwn.Holds(row.c)))) {
+      guarded.d = row.d;
+      guarded.s = row.s;
+      guarded.c = row.c;
+      guarded.y = y;
+      K::Ref(guarded);
+    } else if (allApart) {
       fast(row);
     } else {
-      K::Ref(row);
+      ByteRange c = cp.surf ? cp.Abs(row.c) : noChan;
+      bool useFast = apart(dp.Abs(row.d), sp.Abs(row.s), c) ||
+                     (K::kPointwise && row.d == row.s && dp.ext.lo == sp.ext.lo &&
+                      dp.ext.hi == sp.ext.hi && !dp.Abs(row.d).Overlaps(c));
+      if (useFast) {
+        fast(row);
+      } else {
+        K::Ref(row);
+      }
     }
     row.d = AddrAdd(row.d, call.dst->pitch);
     row.s = AddrAdd(row.s, call.src->pitch);

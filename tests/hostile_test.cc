@@ -1,0 +1,155 @@
+// Hostile arguments: every registered blit on every level with positions and sizes
+// at the 32-bit extremes, surfaces with a pitch of 0 or INT_MIN, surfaces with no
+// pixels (whose memory is an inaccessible page), and levels and keys at their
+// extremes. Whatever is drawn, every call must return without touching memory
+// outside its surfaces: all of it sits against inaccessible pages.
+#include <gtest/gtest.h>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <climits>
+#include <memory>
+#include <vector>
+
+#include "driver.h"
+
+namespace {
+
+// A surface record over its own mapping: the bytes it owns are readable and
+// writable (all of them, or the first `open` bytes when it claims more than a test
+// can map), everything around them is not.
+struct HostileSurface {
+  RkSurface rec{};
+  void *map = nullptr;
+  size_t mapSize = 0;
+
+  HostileSurface(int32_t w, int32_t h, int32_t pitch, int elem, rkt::Rng &rng) {
+    rec = RkSurface{0, w, h, pitch, 0, nullptr};
+    auto [lo, hi] = rkt::Owned({w, h, pitch}, elem);
+    size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    size_t claimed = static_cast<size_t>(hi - lo);
+    size_t open = std::min<size_t>(claimed, 1 << 16);
+    size_t body = (claimed + page - 1) / page * page;
+    mapSize = body + 2 * page;
+    map = mmap(nullptr, mapSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (map == MAP_FAILED) std::abort();
+    auto *start = static_cast<uint8_t *>(map) + page;
+    if (claimed == open) start += body - claimed;  // flush against the page after it
+    if (open) {
+      auto *first = reinterpret_cast<uint8_t *>(reinterpret_cast<uintptr_t>(start) / page * page);
+      size_t len = (start + open - first + page - 1) / page * page;
+      if (mprotect(first, len, PROT_READ | PROT_WRITE) != 0) std::abort();
+      rng.Fill(start, open);
+    }
+    rec.pixels = start - lo;  // no pixels: the pointer is an inaccessible page
+  }
+  ~HostileSurface() { munmap(map, mapSize); }
+};
+
+std::unique_ptr<HostileSurface> Make(rkt::Rng &rng, int elem) {
+  switch (rng.Range(0, 6)) {
+    case 0:
+      return std::make_unique<HostileSurface>(9, 3, 9 * elem, elem, rng);
+    case 1:
+      return std::make_unique<HostileSurface>(9, 4, 0, elem, rng);
+    case 2:
+      return std::make_unique<HostileSurface>(9, 1, INT_MIN, elem, rng);
+    case 3:
+      return std::make_unique<HostileSurface>(0, 3, 8, elem, rng);
+    case 4:
+      return std::make_unique<HostileSurface>(-5, -5, -8, elem, rng);
+    case 5:
+      return std::make_unique<HostileSurface>(INT_MIN, 2, 4, elem, rng);
+    default:
+      return std::make_unique<HostileSurface>(6, 5, -6 * elem - 2, elem, rng);
+  }
+}
+
+int32_t Extreme(rkt::Rng &rng) {
+  static const int32_t v[] = {INT_MIN, INT_MIN + 1, -65536, -2,          0,
+                              1,       3,           65536,  INT_MAX - 1, INT_MAX};
+  return v[rng.Range(0, 9)];
+}
+
+uint32_t ExtremeU(rkt::Rng &rng) {
+  static const uint32_t v[] = {0,      1,       255,        256,         0x7FFF,
+                               0xFFFF, 0x10000, 0x7FFFFFFF, 0x80000000u, 0xFFFFFFFFu};
+  return v[rng.Range(0, 9)];
+}
+
+// One axis of a blit: the two start positions and the size. Besides extremes, it
+// makes the starts that wrap around in the clipping arithmetic and still draw: the
+// "clipped" rectangle then lies far outside one surface.
+void Axis(rkt::Rng &rng, int32_t &d, int32_t &s, int32_t &size) {
+  switch (rng.Range(0, 3)) {
+    case 0:
+      d = Extreme(rng), s = Extreme(rng), size = Extreme(rng);
+      break;
+    case 1:
+      d = static_cast<int32_t>(rng.Range(-3, 10)), s = static_cast<int32_t>(rng.Range(-3, 10));
+      size = static_cast<int32_t>(rng.Range(-1, 12));
+      break;
+    case 2:  // the destination start wraps
+      d = INT_MAX - static_cast<int32_t>(rng.Range(0, 3));
+      s = -65536 - static_cast<int32_t>(rng.Range(0, 3));
+      size = INT_MAX;
+      break;
+    default:  // the source start wraps
+      d = -65536 - static_cast<int32_t>(rng.Range(0, 3));
+      s = INT_MAX - static_cast<int32_t>(rng.Range(0, 3));
+      size = INT_MAX;
+  }
+}
+
+TEST(Hostile, ExtremeArgumentsStayInsideTheSurfaces) {
+  for (const rkt::BlitEntry &e : rkt::BlitEntries()) {
+    for (uint64_t i = 0; i < 300; ++i) {
+      rkt::Rng rng(rkt::BaseSeed() + i);
+      auto dst = Make(rng, e.shape.bpp);
+      auto src = rng.Chance(0.2) ? nullptr : Make(rng, e.shape.bpp);
+      auto chan = Make(rng, e.shape.chanElem ? e.shape.chanElem : 1);
+      rkt::BlitCall c{};
+      c.dst = &dst->rec;
+      c.src = src ? &src->rec : &dst->rec;
+      c.chan = &chan->rec;
+      Axis(rng, c.dstX, c.srcX, c.width);
+      Axis(rng, c.dstY, c.srcY, c.height);
+      c.chX = rng.Chance(0.5) ? 0 : Extreme(rng);
+      c.chY = rng.Chance(0.5) ? 0 : Extreme(rng);
+      c.a = ExtremeU(rng);
+      c.b = ExtremeU(rng);
+      for (rk::Level level : rk::AvailableLevels()) {
+        rk::Level saved = rk::UseLevel(level);
+        rkt::CallBlit(e, c);
+        rk::UseLevel(saved);
+      }
+    }
+  }
+}
+
+TEST(Hostile, ZoomExtremesStayInsideTheSurfaces) {
+  using ZoomFn =
+      void(RKPIX_CALL *)(const RkSurface *, const RkRect *, const RkSurface *, const RkRect *);
+  const struct {
+    ZoomFn fn;
+    int bpp;
+  } zooms[] = {{&RkZoom16, 2}, {&RkZoom24, 3}, {&RkZoom32, 4}};
+  for (const auto &z : zooms) {
+    for (uint64_t i = 0; i < 400; ++i) {
+      rkt::Rng rng(rkt::BaseSeed() + i);
+      auto dst = Make(rng, z.bpp), src = Make(rng, z.bpp);
+      auto side = [&] {
+        return rng.Chance(0.5) ? Extreme(rng) : static_cast<int32_t>(rng.Range(-3, 12));
+      };
+      RkRect d{side(), side(), side(), side()}, s{side(), side(), side(), side()};
+      for (rk::Level level : rk::AvailableLevels()) {
+        rk::Level saved = rk::UseLevel(level);
+        z.fn(&dst->rec, &d, &src->rec, &s);
+        rk::UseLevel(saved);
+      }
+    }
+  }
+}
+
+}  // namespace

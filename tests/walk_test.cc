@@ -1,0 +1,101 @@
+// The shared row walk: the owned-memory guard and the choice between the fast
+// kernel and the reference walk, driven by a small kernel that writes one pixel
+// right of its rectangle and reads one pixel left of it.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "formats/pixel.h"
+#include "frame/walk.h"
+
+namespace {
+
+// Each row: pixel x of dst becomes src pixel x - 1 (0 left of the rectangle when
+// that is outside the source's memory) and dst column w is stamped 0xEEEE.
+struct NeighbourKernel : rk::BlitKernel<2> {
+  // Borrows an export's slot; FastOk keeps that export's fast kernel out of it.
+  static constexpr rk::KernelId kId = rk::KernelId::RkTrans16;
+  static bool FastOk(uint32_t, uint32_t) { return false; }
+  static rk::Extent DstBytes(int32_t w, int32_t) { return {0, int64_t{w} * 2 + 2}; }
+  static rk::Extent SrcBytes(int32_t w, int32_t) { return {-2, int64_t{w} * 2 - 2}; }
+  template <class M>
+  static void Ref(const rk::Row<M> &r) {
+    for (int32_t x = r.w - 1; x >= 0; --x) r.dm.St16(r.d + 2 * x, r.sm.Ld16(r.s + 2 * x - 2));
+    r.dm.St16(r.d + 2 * r.w, 0xEEEE);
+  }
+};
+
+struct Frame {
+  std::vector<uint16_t> mem;
+  RkSurface s{};
+  Frame(int32_t w, int32_t h, int32_t pitchPixels, size_t slack)
+      : mem(size_t(pitchPixels) * h + slack) {
+    for (size_t i = 0; i < mem.size(); ++i) mem[i] = static_cast<uint16_t>(0x1000 + i);
+    s = RkSurface{0, w, h, pitchPixels * 2, 0, mem.data()};
+  }
+};
+
+void Blit(Frame &dst, int32_t dx, int32_t dy, Frame &src, int32_t sx, int32_t sy, int32_t w,
+          int32_t h) {
+  rk::RunBlit<NeighbourKernel>({&dst.s, dx, dy, &src.s, sx, sy, w, h});
+}
+
+TEST(Walk, OwnedNeighboursAreWrittenExactly) {
+  // Rows padded by one pixel: the column right of the rectangle is padding the
+  // surface owns (the last row's padding included), so every row stamps it.
+  Frame dst(4, 2, 5, 8), src(5, 2, 5, 0);
+  Blit(dst, 0, 0, src, 1, 0, 4, 2);
+  EXPECT_EQ(dst.mem[4], 0xEEEE);
+  EXPECT_EQ(dst.mem[9], 0xEEEE);
+  EXPECT_EQ(dst.mem[0], src.mem[0]);  // source column 0, left of the rectangle, still owned
+  EXPECT_EQ(dst.mem[8], src.mem[8]);
+  EXPECT_EQ(dst.mem[10], 0x100A);  // beyond the surface: untouched
+}
+
+TEST(Walk, AccessesOutsideTheSurfaceAreDroppedOrReadAsZero) {
+  // No padding: the stamp right of row 0 lands on row 1's first pixel (owned), the
+  // stamp right of the last row is outside the surface and dropped; the read left of
+  // source column 0 is outside the source and reads 0.
+  Frame dst(4, 2, 4, 4), src(4, 2, 4, 4);
+  Blit(dst, 0, 0, src, 0, 0, 4, 2);
+  EXPECT_EQ(dst.mem[0], 0x0000);  // read left of the source: 0
+  EXPECT_EQ(dst.mem[1], src.mem[0]);
+  EXPECT_EQ(dst.mem[4], src.mem[3]);  // row 1 col 0: row 1's source left neighbour
+  EXPECT_EQ(dst.mem[8], 0x1008);      // right of the last row: dropped
+  EXPECT_EQ(dst.mem[5], src.mem[4]);
+}
+
+TEST(Walk, BottomUpSurfacesOwnTheRowsAbovePixels) {
+  // pitch -4 pixels: row 1 lies before row 0 in memory.
+  Frame dst(4, 2, 4, 0), src(4, 2, 4, 0);
+  dst.s.pitch = -8;
+  dst.s.pixels = dst.mem.data() + 4;
+  src.s.pitch = -8;
+  src.s.pixels = src.mem.data() + 4;
+  Blit(dst, 1, 0, src, 1, 0, 3, 2);
+  // row 0 is mem[4..7]: pixels 1..3 get source pixels 0..2 of row 0
+  EXPECT_EQ(dst.mem[5], src.mem[4]);
+  EXPECT_EQ(dst.mem[7], src.mem[6]);
+  // row 1 is mem[0..3]; its stamp right of the rectangle lands on row 0's first pixel
+  EXPECT_EQ(dst.mem[1], src.mem[0]);
+  EXPECT_EQ(dst.mem[4], 0xEEEE);
+}
+
+TEST(Formats, ReadBack) {
+  struct {
+    uint32_t e, light, rgb16, rgb32;
+  } rows[] = {{0, 0, 0, 0},         {31, 31, 31, 31},     {40, 40, 8, 40},
+              {254, 254, 30, 254},  {255, 255, 31, 255},  {256, 255, 0, 255},
+              {300, 255, 12, 255},  {1022, 255, 30, 255}, {1023, 255, 31, 255},
+              {5000, 255, 31, 255}, {65535, 255, 31, 255}};
+  for (auto &r : rows) {
+    EXPECT_EQ(rk::ReadLight(r.e), r.light) << r.e;
+    EXPECT_EQ(rk::ReadRGBLight16(r.e), r.rgb16) << r.e;
+    EXPECT_EQ(rk::ReadRGBLight32(r.e), r.rgb32) << r.e;
+  }
+  EXPECT_EQ(rk::RedOf<rk::Color15>(0xFFFF), 31u);  // bit 15 is no colour
+  EXPECT_EQ(rk::GreenOf<rk::Color16>(0x07E0), 63u);
+  EXPECT_EQ(rk::PackRgb<rk::Color16>(31, 63, 31), 0xFFFFu);
+}
+
+}  // namespace

@@ -1,0 +1,289 @@
+// Nearest scaling: the differential driver over random surfaces and rectangles,
+// nearest sampling on rectangles the clip leaves whole, the stepping arithmetic,
+// and pinned vectors for the clip's single-precision and irregular results.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <vector>
+
+#include "driver.h"
+#include "frame/zoom.h"
+#include "module/dispatch.h"
+#include "rkpix.h"
+#include "toolkit.h"
+
+namespace {
+
+using ZoomFn = void(RKPIX_CALL *)(const RkSurface *, const RkRect *, const RkSurface *,
+                                  const RkRect *);
+
+int32_t Near(rkt::Rng &rng, int32_t lo, int32_t hi) {
+  static const int32_t kFar[] = {INT_MIN, -(1 << 30), -32768, 32768, 65536, 1 << 30, INT_MAX};
+  if (rng.Chance(0.03)) return kFar[rng.Range(0, 6)];
+  return static_cast<int32_t>(rng.Range(lo, hi));
+}
+
+// A source size for a destination size: the same, half, double (the common
+// ratios), anything, or out of range.
+int32_t SourceSize(rkt::Rng &rng, int32_t d, int32_t room) {
+  switch (rng.Range(0, 7)) {
+    case 0:
+      return d;
+    case 1:
+      return d / 2;
+    case 2:
+      return static_cast<int32_t>(static_cast<uint32_t>(d) * 2u);
+    case 3:
+      return static_cast<int32_t>(rng.Range(-3, 0));
+    default:
+      return Near(rng, 1, room + 4);
+  }
+}
+
+template <ZoomFn Fn, int Bpp, bool WritesSrc>
+std::string ZoomCase(rkt::Rng &rng) {
+  rkt::World w;
+  bool big = rng.Chance(0.25);
+  int32_t maxW = big ? 130 : 20, maxH = big ? 24 : 8;
+  rkt::SurfaceSpec ds = rkt::RandomSpec(rng, Bpp, maxW, maxH);
+  int dbuf = 0;
+  RkSurface dst = rkt::NewSurface(w, rng, ds, Bpp, true, &dbuf), src;
+  std::string layout = "separate";
+  rkt::SurfaceSpec ss = rkt::RandomSpec(rng, Bpp, maxW, maxH);
+  auto [lo, hi] = rkt::Owned(ss, Bpp);
+  auto room = static_cast<int64_t>(w.bufs[static_cast<size_t>(dbuf)].bytes.size()) - (hi - lo);
+  if (rng.Chance(0.2)) {
+    layout = "same surface";
+    src = dst;
+  } else if (rng.Chance(0.2) && room >= 0) {
+    layout = "shared buffer";
+    src = rkt::Place(w, dbuf, ss, Bpp, rng.Range(0, room), WritesSrc);
+  } else {
+    // Sources larger than the destination: the limits are the source's size times
+    // the factor, so enlargements draw little from small sources.
+    src = rkt::NewSurface(w, rng, rkt::RandomSpec(rng, Bpp, 2 * maxW, 3 * maxH), Bpp, WritesSrc);
+  }
+  // Mostly rectangles that draw something: positive sizes, starts near the corner.
+  auto size = [&](int32_t room) {
+    return rng.Chance(0.05) ? Near(rng, -2, 0) : Near(rng, 1, room + 4);
+  };
+  auto pos = [&](int32_t room) {
+    return rng.Chance(0.8) ? Near(rng, -3, room / 2) : Near(rng, -6, room + 2);
+  };
+  int32_t dW = size(std::max(dst.width, 1)), dH = size(std::max(dst.height, 1));
+  int32_t sW = SourceSize(rng, dW, std::max(src.width, 1)),
+          sH = SourceSize(rng, dH, std::max(src.height, 1));
+  RkRect dr{pos(std::max(dst.width, 0)), pos(std::max(dst.height, 0)), 0, 0};
+  RkRect sr{pos(std::max(src.width, 0)), pos(std::max(src.height, 0)), 0, 0};
+  dr.right = static_cast<int32_t>(static_cast<uint32_t>(dr.left) + static_cast<uint32_t>(dW));
+  dr.bottom = static_cast<int32_t>(static_cast<uint32_t>(dr.top) + static_cast<uint32_t>(dH));
+  sr.right = static_cast<int32_t>(static_cast<uint32_t>(sr.left) + static_cast<uint32_t>(sW));
+  sr.bottom = static_cast<int32_t>(static_cast<uint32_t>(sr.top) + static_cast<uint32_t>(sH));
+  std::string why = rkt::CompareLevels(w, [&] { Fn(&dst, &dr, &src, &sr); });
+  if (why.empty()) return why;
+  std::ostringstream o;
+  auto rect = [&](const RkRect &r) {
+    o << r.left << "," << r.top << ".." << r.right << "," << r.bottom;
+  };
+  o << why << "\n  case: " << layout << ": dst{w " << dst.width << " h " << dst.height << " pitch "
+    << dst.pitch << "} src{w " << src.width << " h " << src.height << " pitch " << src.pitch
+    << "} dstRect ";
+  rect(dr);
+  o << " srcRect ";
+  rect(sr);
+  return o.str();
+}
+
+RKT_DIFF(RkZoom16, (&ZoomCase<&RkZoom16, 2, false>), 5000);
+RKT_DIFF(RkZoom24, (&ZoomCase<&RkZoom24, 3, true>), 5000);
+RKT_DIFF(RkZoom32, (&ZoomCase<&RkZoom32, 4, false>), 5000);
+
+TEST(Zoom, StepTotalsMatchTheStepper) {
+  const uint32_t steps[] = {0,          1,          0x7FFF,     0x8000,     0xFFFF,
+                            0x10000,    0x18000,    0x20000,    0x2AAAA,    0xFFFE8000,
+                            0xFFFF0000, 0xFFFF0001, 0xFFFF8000, 0xFFFFFFFF, 0x7FFFFFFF};
+  rkt::Rng rng(rkt::BaseSeed());
+  for (int i = 0; i < 40; ++i) {
+    uint32_t step = i < 15 ? steps[i] : rng.U32();
+    rk::Step16 s;
+    uint64_t total = 0;
+    for (uint64_t n = 0; n < 3000; ++n) {
+      ASSERT_EQ(rk::Step16Total(step, n), total) << "step 0x" << std::hex << step << " n " << n;
+      total += s.Next(step);
+    }
+  }
+}
+
+// A surface of `bpp`-byte pixels whose bytes count up from `seed`.
+struct Surf {
+  std::vector<uint8_t> bytes;
+  RkSurface rec{};
+  Surf(int32_t w, int32_t h, int bpp, uint8_t seed = 1)
+      : bytes(static_cast<size_t>(w) * static_cast<size_t>(h) * static_cast<size_t>(bpp)) {
+    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(seed + i * 7);
+    rec = RkSurface{0, w, h, w * bpp, 0, bytes.data()};
+  }
+  uint8_t *At(int32_t x, int32_t y, int bpp) {
+    return bytes.data() + static_cast<size_t>(y) * rec.pitch + static_cast<size_t>(x) * bpp;
+  }
+};
+
+// Runs a call at every level on copies of dst and src; every level must agree.
+// Leaves the reference's result in dst and src.
+void RunAll(ZoomFn fn, Surf &dst, Surf &src, RkRect dr, RkRect sr) {
+  std::vector<uint8_t> d0 = dst.bytes, s0 = src.bytes, dRef, sRef;
+  for (rk::Level level : rk::AvailableLevels()) {
+    dst.bytes = d0;
+    src.bytes = s0;
+    dst.rec.pixels = dst.bytes.data();
+    src.rec.pixels = src.bytes.data();
+    rk::Level saved = rk::UseLevel(level);
+    fn(&dst.rec, &dr, &src.rec, &sr);
+    rk::UseLevel(saved);
+    if (level == rk::Level::kRef) {
+      dRef = dst.bytes;
+      sRef = src.bytes;
+    }
+    ASSERT_EQ(dst.bytes, dRef) << rk::LevelName(level);
+    ASSERT_EQ(src.bytes, sRef) << rk::LevelName(level);
+  }
+}
+
+// The pixels a call draws: destination (x, y) of the w x h rectangle at the
+// surface's corner comes from source (sx + (x * stepX >> 16), sy + (y * stepY >> 16)).
+struct Drawn {
+  int32_t w, h, sx, sy;
+  uint32_t stepX, stepY;
+};
+
+struct Pinned {
+  const char *what;
+  ZoomFn fn;
+  int bpp;
+  int32_t dw, dh, sw, sh;  // surfaces
+  RkRect dr, sr;
+  Drawn drawn;
+};
+
+TEST(Zoom, PinnedVectors) {
+  // clang-format off
+  const Pinned table[] = {
+      // 10x10 onto 20x20: steps of 32768. The source limits are the source surface's
+      // size times 0.5, so a 10x10 source draws only 5x5 ...
+      {"2x up, small source", &RkZoom16, 2, 20, 20, 10, 10, {0, 0, 20, 20}, {0, 0, 10, 10}, {5, 5, 0, 0, 0x8000, 0x8000}},
+      // ... and a 40x40 one all 20x20, every source pixel and row twice.
+      {"2x up", &RkZoom16, 2, 20, 20, 40, 40, {0, 0, 20, 20}, {0, 0, 10, 10}, {20, 20, 0, 0, 0x8000, 0x8000}},
+      // 20 onto 10: step 131072, every other source pixel from column 0.
+      {"2x down", &RkZoom16, 2, 10, 1, 20, 1, {0, 0, 10, 1}, {0, 0, 20, 1}, {10, 1, 0, 0, 0x20000, 0x10000}},
+      // dstRect from x = -4 moves the source start by 4 columns, not by 4 x 0.5 ...
+      {"left clip unscaled", &RkZoom16, 2, 16, 1, 40, 1, {-4, 0, 16, 1}, {0, 0, 10, 1}, {16, 1, 4, 0, 0x8000, 0x10000}},
+      // ... and from y = -3 by 3 rows.
+      {"top clip unscaled", &RkZoom16, 2, 1, 17, 1, 40, {0, -3, 1, 17}, {0, 0, 1, 10}, {1, 17, 0, 3, 0x10000, 0x8000}},
+      // srcRect.left = 8 with 2x: the start is 8 x 0.5 = 4 in RkZoom16, 8 x 2 = 16 in
+      // RkZoom32 (its factor is dW / sW).
+      {"source start scaled", &RkZoom16, 2, 20, 1, 48, 1, {0, 0, 20, 1}, {8, 0, 18, 1}, {20, 1, 4, 0, 0x8000, 0x10000}},
+      {"source start scaled, reciprocal", &RkZoom32, 4, 20, 1, 48, 1, {0, 0, 20, 1}, {8, 0, 18, 1}, {20, 1, 16, 0, 0x8000, 0x10000}},
+      // Single precision: 3/37 rounds to 0.0810810774f and 37 times that to
+      // 2.99999976f, so the source limit is 2 (3 in exact arithmetic) and only two
+      // pixels are drawn, both from column 0 (step 5313).
+      {"limit in single precision", &RkZoom16, 2, 37, 1, 37, 1, {0, 0, 37, 1}, {0, 0, 3, 1}, {2, 1, 0, 0, 5313, 0x10000}},
+      // RkZoom32, 3 onto 7 from column 27: 7/3 rounds to 2.33333325f and 27 times that
+      // to 62.9999962f, so sampling starts at column 62 (63 in exact arithmetic):
+      // columns 62, 62, 62, 63, 63, 64, 64 (step 28086).
+      {"start in single precision", &RkZoom32, 4, 7, 1, 70, 1, {0, 0, 7, 1}, {27, 0, 30, 1}, {7, 1, 62, 0, 28086, 0x10000}},
+      // Nothing drawn: an empty or reversed dstRect; a zero source width or height
+      // (the limit is 0, or in RkZoom32 the factor would divide by zero).
+      {"empty dstRect", &RkZoom16, 2, 8, 8, 8, 8, {2, 2, 2, 6}, {0, 0, 4, 4}, {}},
+      {"reversed dstRect", &RkZoom32, 4, 8, 8, 8, 8, {6, 2, 2, 6}, {0, 0, 4, 4}, {}},
+      {"zero source width", &RkZoom16, 2, 8, 8, 8, 8, {0, 0, 4, 4}, {3, 0, 3, 4}, {}},
+      {"zero source width, reciprocal", &RkZoom32, 4, 8, 8, 8, 8, {0, 0, 4, 4}, {3, 0, 3, 4}, {}},
+      {"zero source height, reciprocal", &RkZoom32, 4, 8, 8, 8, 8, {0, 0, 4, 4}, {0, 3, 4, 3}, {}},
+  };
+  // clang-format on
+  for (const Pinned &p : table) {
+    Surf dst(p.dw, p.dh, p.bpp, 0x80), src(p.sw, p.sh, p.bpp, 1);
+    Surf want = dst;
+    const Drawn &e = p.drawn;
+    for (int32_t y = 0; y < e.h; ++y)
+      for (int32_t x = 0; x < e.w; ++x) {
+        int32_t sx =
+            e.sx + static_cast<int32_t>(uint64_t{e.stepX} * static_cast<uint64_t>(x) >> 16);
+        int32_t sy =
+            e.sy + static_cast<int32_t>(uint64_t{e.stepY} * static_cast<uint64_t>(y) >> 16);
+        std::memcpy(want.At(x, y, p.bpp), src.At(sx, sy, p.bpp), static_cast<size_t>(p.bpp));
+      }
+    std::vector<uint8_t> srcBefore = src.bytes;
+    RunAll(p.fn, dst, src, p.dr, p.sr);
+    EXPECT_EQ(dst.bytes, want.bytes) << p.what;
+    EXPECT_EQ(src.bytes, srcBefore) << p.what;
+  }
+}
+
+// A source rectangle with right < left steps by -32768: the logical shift of the
+// fraction moves on by 0xFFFF columns, then by 0 where the sum wraps. The clip:
+// scale 0.5, start 3 x 0.5 = 1.5, limit 35000, so four pixels from column 1:
+// columns 1, 65536, 65536, 131071, the last outside the source, read as 0.
+TEST(Zoom, NegativeSourceWidthJumpsForward) {
+  Surf dst(4, 1, 2, 0x80), src(70000, 1, 2, 1);
+  Surf want = dst;
+  std::memcpy(want.At(0, 0, 2), src.At(1, 0, 2), 2);
+  std::memcpy(want.At(1, 0, 2), src.At(65536, 0, 2), 2);
+  std::memcpy(want.At(2, 0, 2), src.At(65536, 0, 2), 2);
+  std::memset(want.At(3, 0, 2), 0, 2);
+  RunAll(&RkZoom16, dst, src, {0, 0, 4, 1}, {3, 0, 1, 1});
+  EXPECT_EQ(dst.bytes, want.bytes);
+}
+
+// RkZoom24 1:1 onto itself: each pixel is read, written as (b0, b1, b0) and
+// stamped with byte 0 over byte 2 in place.
+TEST(Zoom, Zoom24InPlace) {
+  Surf one(5, 2, 3, 9);
+  Surf want = one;
+  for (size_t i = 0; i < want.bytes.size(); i += 3) want.bytes[i + 2] = want.bytes[i];
+  one.rec.pixels = one.bytes.data();
+  RkRect r{0, 0, 5, 2};
+  RkZoom24(&one.rec, &r, &one.rec, &r);
+  EXPECT_EQ(one.bytes, want.bytes);
+}
+
+// Rectangles the clip leaves whole: destination pixel (x, y) of the rectangle is
+// source pixel (x * stepX >> 16, y * stepY >> 16) of the source rectangle (whose
+// corner is kept at 0, 0 so that the factor does not move it), at every level;
+// nothing else changes but RkZoom24's stamps (byte 0 over byte 2 of each sampled
+// source pixel, and only of those).
+TEST(Zoom, NearestSamplingOfWholeRectangles) {
+  const struct {
+    ZoomFn fn;
+    int bpp;
+  } members[] = {{&RkZoom16, 2}, {&RkZoom24, 3}, {&RkZoom32, 4}};
+  for (const auto &m : members) {
+    for (uint64_t i = 0; i < 150; ++i) {
+      rkt::Rng rng(rkt::BaseSeed() * 17 + i);
+      int32_t dW = static_cast<int32_t>(rng.Range(1, 32)),
+              dH = static_cast<int32_t>(rng.Range(1, 12));
+      // Source sizes of at least half the destination's keep the limits out of the way.
+      int32_t sW = static_cast<int32_t>(rng.Range((dW + 1) / 2, 2 * dW + 3));
+      int32_t sH = static_cast<int32_t>(rng.Range((dH + 1) / 2, 2 * dH + 3));
+      Surf dst(dW + 5, dH + 3, m.bpp, 0x80), src(2 * (dW + sW) + 2, 2 * (dH + sH) + 2, m.bpp, 3);
+      int32_t x0 = static_cast<int32_t>(rng.Range(0, 5)),
+              y0 = static_cast<int32_t>(rng.Range(0, 3));
+      uint32_t stepX = static_cast<uint32_t>(sW * 65536 / dW),
+               stepY = static_cast<uint32_t>(sH * 65536 / dH);
+      Surf want = dst, wantSrc = src;
+      for (int32_t y = 0; y < dH; ++y)
+        for (int32_t x = 0; x < dW; ++x) {
+          uint8_t *s = wantSrc.At(static_cast<int32_t>(uint64_t{stepX} * x >> 16),
+                                  static_cast<int32_t>(uint64_t{stepY} * y >> 16), m.bpp);
+          uint8_t *d = want.At(x0 + x, y0 + y, m.bpp);
+          std::memcpy(d, s, static_cast<size_t>(m.bpp));
+          if (m.bpp == 3) d[2] = s[2] = s[0];
+        }
+      RunAll(m.fn, dst, src, {x0, y0, x0 + dW, y0 + dH}, {0, 0, sW, sH});
+      ASSERT_EQ(dst.bytes, want.bytes) << "bpp " << m.bpp << " case " << i;
+      ASSERT_EQ(src.bytes, wantSrc.bytes) << "bpp " << m.bpp << " case " << i;
+    }
+  }
+}
+
+}  // namespace
