@@ -281,16 +281,33 @@ inline void WidenedLoop([[maybe_unused]] const Io &io, [[maybe_unused]] size_t n
     Io block = Advance<K>(io, at);
     uint8_t *out = nullptr;
     if constexpr (ts >= 0) {
-      LoadTriples<K::kSrc[ts].stride>(words, block.s[ts], m);
+      constexpr size_t stride = K::kSrc[ts].stride;
+      LoadTriples<stride>(words, block.s[ts], m, stride * (n - at) - (stride - 3));
       block.s[ts] = reinterpret_cast<const uint8_t *>(words);
     } else {
       out = block.d[td];
       block.d[td] = reinterpret_cast<uint8_t *>(words);
     }
     DenseLoop<Widen<K>>(block, m);
-    if constexpr (td >= 0) StoreTriples<K::kDst[td].stride>(out, words, m);
+    if constexpr (td >= 0) StoreTriples<K::kDst[td].stride>(out, words, m, n - at);
   }
 #endif
+}
+
+// How many elements to convert first so that the main loop reads the first source
+// array from 64-byte boundaries (a load across two cache lines costs most when the
+// memory is cold). Pair members keep whole pairs.
+template <class K>
+inline size_t AlignedStart(const Io &io, size_t n) {
+  constexpr Arr a = K::kSrc[0];
+  constexpr size_t unit = a.stride * (K::kPairs && kPositional<K> ? 2 : 1);
+  if constexpr (a.bytes == 3) {
+    return 0;
+  } else {
+    size_t ahead = (0 - reinterpret_cast<uintptr_t>(io.s[0])) & 63;
+    if (ahead % unit != 0) return 0;
+    return std::min(ahead / a.stride, n & ~(unit / a.stride - 1));
+  }
 }
 
 template <class K>
@@ -299,10 +316,12 @@ inline void FastLoop(size_t n, uint8_t *__restrict d0, uint8_t *__restrict d1,
                      const uint8_t *__restrict s1, const uint8_t *__restrict s2) {
   const Io io = ElementZero<K>(d0, d1, d2, s0, s1, s2);
   const size_t body = K::kPairs ? n & ~size_t{1} : n;
+  const size_t head = AlignedStart<K>(io, body);
+  DenseLoop<K>(io, head);
   if constexpr (kHasTriples<K> && kTripleMoves) {
-    WidenedLoop<K>(io, body);
+    WidenedLoop<K>(Advance<K>(io, head), body - head);
   } else {
-    DenseLoop<K>(io, body);
+    DenseLoop<K>(Advance<K>(io, head), body - head);
   }
   if (body != n) AloneStep<K>(io, n - 1, n);
 }
