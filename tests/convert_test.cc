@@ -70,8 +70,10 @@ std::pair<int64_t, int64_t> Footprint(const ConvSpec &c, bool dst, int k, uint32
 
 void Plant(uint8_t *at, const void *p) { std::memcpy(at, &p, sizeof p); }
 
-// A random case: count, then arrays placed apart, in place (dst k = src k), shifted
-// by a few bytes, or scattered over one shared buffer.
+// A random case: a count (0 to 300, often tiny), then the arrays in their own
+// buffers (layout 0), or one source sharing a buffer with one destination plane at
+// the same place (1), a few bytes off (2) or just touching either end (4), or every
+// array scattered over one shared buffer (3).
 std::string RunCase(const ConvSpec &c, rkt::Rng &rng) {
   uint32_t n = static_cast<uint32_t>(rng.Chance(0.3) ? rng.Range(0, 6) : rng.Range(0, 300));
   rkt::World w;

@@ -30,7 +30,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <concepts>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -146,15 +145,17 @@ template <class K>
 constexpr bool kLanes = requires(uint32_t w) {
   K::Lanes(w);
 };
-// Whether a member's formula depends on the element's place in the walk.
+// A member whose formula takes the element's place in the walk and its partner.
 template <class K>
-constexpr bool kPositional = kLanes<K> || requires(const Px &p) {
+constexpr bool kByPlace = requires(const Px &p) {
   K::Convert(p, Pos::kLow, p);
 };
+template <class K>
+constexpr bool kPositional = kLanes<K> || kByPlace<K>;
 
 template <class K>
 inline Px ConvertAt(const Px &in, [[maybe_unused]] Pos pos, [[maybe_unused]] const Px &partner) {
-  if constexpr (kPositional<K>) {
+  if constexpr (kByPlace<K>) {
     return K::Convert(in, pos, partner);
   } else if constexpr (kSrcArrays<K> == 1 && kDstArrays<K> == 1) {
     return {{K::Map(in.v[0])}};
