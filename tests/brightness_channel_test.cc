@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "brightness/channel_arith.h"
 #include "driver.h"
 #include "module/dispatch.h"
 #include "rkpix.h"
@@ -110,6 +111,8 @@ TEST(BrightnessChannel, LightPins) {
        {0x0000, 0x7FFF, 0x7C00, 0x7FFF}},
       {"15, width 2: the four-pixel step writes columns 2 and 3", RkLightWithChannel15, nullptr, 2, 2, 1, 0, 0, 2, 0, 0, false,
        {P, P, P, P, P}, {512, 512, 512, 512, 512}, {A, A, A, A, A}, {P2, P2, P2, P2, A}},
+      {"15, width 2 at the end of the surface's memory: the two pixels beyond it are dropped", RkLightWithChannel15, nullptr, 2, 2, 1, 0, 0, 2, 0, 0, false,
+       {P, P}, {512, 512}, {A, A}, {P2, P2}},
       {"15, width 3 in place: the lone pixel is lit twice, column 3 once", RkLightWithChannel15, nullptr, 2, 2, 1, 0, 0, 3, 0, 0, true,
        {P, P, P, P, P}, {512, 512, 512, 512, 512}, {}, {P2, P2, P4, P2, P}},
       {"24: a pair saturates below 0x8000 and wraps above; the lone pixel saturates", RkLightWithChannel24, nullptr, 3, 2, 1, 0, 0, 3, 0, 0, false,
@@ -201,6 +204,8 @@ TEST(BrightnessChannel, MaskDarklePins) {
        {0xC8FF8040}, {128}, {Q}, {0x007F4020}},
       {"24, right pixel the key: the left one lands reversed two bytes before the row", nullptr, RkMaskDarkleWithChannel24, 3, 1, 1, 1, 1, 2, 1, 0x123456, false,
        {0x000000, 0x302010, 0x123456}, {0, 128, 128}, {B, B, B}, {0x1018AA, 0xAAAA08, B}},
+      {"24, right pixel the key at the surface's first byte: the two bytes before it are dropped", nullptr, RkMaskDarkleWithChannel24, 3, 1, 1, 0, 0, 2, 0, 0x123456, false,
+       {0x302010, 0x123456}, {128, 128}, {B, B}, {0xAAAA08, B}},
       {"24, left pixel the key: the right one lands reversed at bytes 1 to 3", nullptr, RkMaskDarkleWithChannel24, 3, 1, 1, 0, 0, 2, 0, 0x123456, false,
        {0x123456, 0x302010}, {0, 128}, {B, B}, {0x1018AA, 0xAAAA08}},
       {"24, width 3: the lone pixel at its own place", nullptr, RkMaskDarkleWithChannel24, 3, 1, 1, 0, 0, 3, 0, 0x123456, false,
@@ -235,5 +240,16 @@ TEST(BrightnessChannel, MaskDarklePins) {
   });
 }
 // clang-format on
+
+// The 16-bit-lane form of the 24/32-bit Light byte formulas, used by the fast rows,
+// against the formulas themselves on every byte and element.
+TEST(BrightnessChannel, LightByteLanesMatchFormulas) {
+  for (uint32_t c = 0; c < 65536; ++c) {
+    for (uint32_t v = 0; v < 256; ++v) {
+      ASSERT_EQ(rk::LightChanByte16(v, c, false), rk::SatByte(v, c)) << v << " x " << c;
+      ASSERT_EQ(rk::LightChanByte16(v, c, true), rk::SatBytePair(v, c)) << v << " x " << c;
+    }
+  }
+}
 
 }  // namespace

@@ -3,6 +3,9 @@
 // destination is exactly their source). The right-end steps run through the same
 // units as the reference walks; the body of the row is a plain loop.
 #include <algorithm>
+#if defined(__SSSE3__)
+#include <immintrin.h>
+#endif
 
 #include "brightness/channel_units.h"
 #include "brightness/fast_loops.h"
@@ -28,21 +31,137 @@ inline void MapBytes(uint8_t *__restrict d, const uint8_t *__restrict s, const T
                      int64_t n, Fn fn) {
   for (int64_t b = 0; b < n; ++b) d[b] = static_cast<uint8_t>(fn(s[b], v[b], b));
 }
-// Destination byte b = fn(source byte b, destination byte b, v[b], m[b]) for b < n.
-template <class T, class Fn>
-inline void MapBytesKeyed(uint8_t *__restrict d, const uint8_t *__restrict s, const T *__restrict v,
-                          const uint8_t *__restrict m, int64_t n, Fn fn) {
-  for (int64_t b = 0; b < n; ++b) d[b] = static_cast<uint8_t>(fn(s[b], d[b], v[b], m[b]));
+
+// Each of n elements of E bytes at `in` three times over.
+template <int E>
+inline void Spread3(typename Elem<E>::T *__restrict out, const uint8_t *__restrict in, int64_t n) {
+  for (int64_t i = 0; i < n; ++i) {
+    auto v = LoadE<E>(in + i * E);
+    out[3 * i] = v;
+    out[3 * i + 1] = v;
+    out[3 * i + 2] = v;
+  }
 }
 
-// Each of n values three times over.
-template <class T>
-inline void Spread3(T *__restrict out, const T *__restrict in, int64_t n) {
-  for (int64_t i = 0; i < n; ++i) {
-    out[3 * i] = in[i];
-    out[3 * i + 1] = in[i];
-    out[3 * i + 2] = in[i];
+// The row's pairs of 3-byte pixels in chunks from the left (the order the prefetchers
+// follow best); each chunk's channel elements are spread over their pixels' bytes, so
+// that the loops run on bytes alone. Chunks start at even pixels: byte b of a chunk is
+// byte b % 6 of its pair.
+constexpr int64_t kChunkPairs = 64, kChunkBytes = 6 * kChunkPairs;
+template <int CE, class Fn>
+inline void ForChunks24(const RowArgs &r, typename Elem<CE>::T *spread, Fn fn) {
+  for (int64_t q0 = 0; q0 < Pairs(r); q0 += kChunkPairs) {
+    int64_t n = std::min(kChunkPairs, Pairs(r) - q0);
+    Spread3<CE>(spread, r.c + 2 * q0 * CE, 2 * n);
+    fn(q0, 6 * n);
   }
+}
+
+// Byte b of a chunk becomes fn(source byte, its pixel's element, b).
+template <int CE, class Fn>
+inline void Pairs24(const RowArgs &r, Fn fn) {
+  typename Elem<CE>::T v[kChunkBytes];
+  ForChunks24<CE>(r, v,
+                  [&](int64_t q0, int64_t nb) { MapBytes(r.d + 6 * q0, r.s + 6 * q0, v, nb, fn); });
+}
+
+// Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
+enum KeyCode : uint8_t { kOwnKey = 1, kOtherKey = 2, kRight = 4 };
+
+// For each byte of `pixels` (an even count) 3-byte pixels its code: kOwnKey when its
+// pixel is the key, kOtherKey when the other pixel of its pair is, kRight when it
+// belongs to the pair's right pixel. Where byte shuffles exist, four pixels at a time
+// (eight with AVX2) are gathered into 32-bit lanes and compared, as long as the 16 (32)
+// bytes read stay within the pixels.
+inline void KeyCodes24(const uint8_t *__restrict s, int64_t pixels, uint32_t key,
+                       uint8_t *__restrict code) {
+  int64_t i = 0;
+#if defined(__SSSE3__)
+  // Per 16-byte lane holding four pixels in its first 12 bytes: the shuffles that
+  // gather each pixel into a 32-bit lane, spread its key over its bytes, spread the
+  // other pixel's key over them, and the kRight bits.
+  static constexpr uint8_t kLane[4][16] = {
+      {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80},
+      {0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, 0x80, 0x80, 0x80, 0x80},
+      {4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, 0x80, 0x80, 0x80, 0x80},
+      {0, 0, 0, 4, 4, 4, 0, 0, 0, 4, 4, 4, 0, 0, 0, 0}};
+  auto lane = [](int n) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(kLane[n])); };
+#endif
+#if defined(__AVX2__)
+  {
+    // Lane 0 holds bytes 0..15, lane 1 bytes 12..27; each lane's first 12 bytes are
+    // four pixels.
+    __m256i t[4];
+    for (int n = 0; n < 4; ++n) t[n] = _mm256_broadcastsi128_si256(lane(n));
+    const __m256i split = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
+    const __m256i join = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+    const __m256i k = _mm256_set1_epi32(static_cast<int>(key & kColourBytes));
+    const __m256i one = _mm256_set1_epi8(1);
+    for (; 3 * i + 32 <= 3 * pixels; i += 8) {
+      __m256i raw = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + 3 * i));
+      __m256i px = _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split), t[0]);
+      __m256i m = _mm256_and_si256(_mm256_cmpeq_epi32(px, k), one);
+      __m256i other = _mm256_shuffle_epi8(m, t[2]);
+      __m256i c = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(m, t[1]), t[3]),
+                                  _mm256_add_epi8(other, other));
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(code + 3 * i),
+                          _mm256_permutevar8x32_epi32(c, join));
+    }
+  }
+#endif
+#if defined(__SSSE3__)
+  {
+    const __m128i t[4] = {lane(0), lane(1), lane(2), lane(3)};
+    const __m128i k = _mm_set1_epi32(static_cast<int>(key & kColourBytes));
+    const __m128i one = _mm_set1_epi8(1);
+    for (; 3 * i + 16 <= 3 * pixels; i += 4) {
+      __m128i raw = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + 3 * i));
+      __m128i m = _mm_and_si128(_mm_cmpeq_epi32(_mm_shuffle_epi8(raw, t[0]), k), one);
+      __m128i other = _mm_shuffle_epi8(m, t[2]);
+      __m128i c =
+          _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(m, t[1]), t[3]), _mm_add_epi8(other, other));
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(code + 3 * i), c);
+    }
+  }
+#endif
+  for (; i < pixels; i += 2) {
+    uint8_t kl = IsKey<3>(Load24(s + 3 * i), key), kr = IsKey<3>(Load24(s + 3 * i + 3), key);
+    for (int j = 0; j < 3; ++j) {
+      code[3 * i + j] = static_cast<uint8_t>(kl * kOwnKey + kr * kOtherKey);
+      code[3 * i + 3 + j] = static_cast<uint8_t>(kr * kOwnKey + kl * kOtherKey + kRight);
+    }
+  }
+}
+
+// A byte of a keyed pair of 3-byte pixels as the byte loops see it: its source and
+// destination values, its pixel's element and the pair's left element, its code.
+struct KeyedByte {
+  uint8_t v, o;
+  uint16_t c, cLeft;
+  uint8_t code;
+};
+
+// The keyed 24-bit pairs, worked on bytes: byte b of each chunk becomes fn(KeyedByte).
+// Then after(first pair, whether a pair of the chunk has exactly one key) runs.
+template <int CE, class Fn, class After>
+inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
+  constexpr int64_t kPad = 4;  // room for the reads of the element 3 bytes back
+  uint8_t code[kChunkBytes];
+  typename Elem<CE>::T e[kChunkBytes + kPad] = {};
+  ForChunks24<CE>(r, e + kPad, [&](int64_t q0, int64_t nb) {
+    const uint8_t *s = r.s + 6 * q0;
+    KeyCodes24(s, nb / 3, r.b, code);
+    uint8_t *__restrict d = r.d + 6 * q0;
+    const auto *__restrict c = e + kPad;
+    uint8_t one = 0;
+    for (int64_t b = 0; b < nb; ++b) {
+      uint16_t mine = c[b], left = c[b - 3];  // both read: no load hangs on a condition
+      KeyedByte k{s[b], d[b], mine, (code[b] & kRight) ? left : mine, code[b]};
+      d[b] = static_cast<uint8_t>(fn(k));
+      one |= (code[b] ^ code[b] >> 1) & 1;
+    }
+    after(q0, one != 0);
+  });
 }
 
 // The pair rule of the keyed members as a per-pixel choice, for loops over pairs: a
@@ -53,53 +172,6 @@ inline std::pair<Mode, Mode> PairModes(bool keyL, bool keyR) {
   auto m = [](bool self, bool other) { return self ? kKeep : other ? kAlone : kBoth; };
   return {m(keyL, keyR), m(keyR, keyL)};
 }
-
-// 3-byte pixels in pairs, in chunks from the right end. For each chunk, plan(pair, left
-// is key, right is key) gives a value for each of the pair's pixels, spread over the
-// pixel's three bytes; then before(first pair, pairs, key flags) runs; then each byte
-// b of the chunk becomes fn(source byte, value, b), or with kKeyed fn(source byte,
-// destination byte, value, mode) with the pixel's mode by the pair rule. Chunks start
-// at even pixels, so a byte's place in its pair has the parity of b.
-template <class T, bool kKeyed, class Plan, class Before, class Fn>
-inline void Pairs24(const RowArgs &r, Plan plan, Before before, Fn fn) {
-  constexpr int64_t kChunk = 64;
-  T pv[2 * kChunk], v[6 * kChunk];
-  uint8_t key[2 * kChunk] = {}, pm[2 * kChunk], m[6 * kChunk];
-  for (int64_t end = Pairs(r); end > 0; end -= kChunk) {
-    int64_t q0 = std::max<int64_t>(0, end - kChunk), n = end - q0;
-    if constexpr (kKeyed) {
-      const uint8_t *s = r.s + 6 * q0;
-      for (int64_t i = 0; i < 2 * n; ++i) key[i] = IsKey<3>(Load24(s + 3 * i), r.b);
-      for (int64_t q = 0; q < n; ++q) {
-        auto [ml, mr] = PairModes(key[2 * q] != 0, key[2 * q + 1] != 0);
-        pm[2 * q] = ml;
-        pm[2 * q + 1] = mr;
-      }
-      Spread3(m, pm, 2 * n);
-    }
-    for (int64_t q = 0; q < n; ++q) {
-      auto [left, right] = plan(q0 + q, key[2 * q] != 0, key[2 * q + 1] != 0);
-      pv[2 * q] = static_cast<T>(left);
-      pv[2 * q + 1] = static_cast<T>(right);
-    }
-    Spread3(v, pv, 2 * n);
-    before(q0, n, key);
-    if constexpr (kKeyed) {
-      MapBytesKeyed(r.d + 6 * q0, r.s + 6 * q0, v, m, 6 * n, fn);
-    } else {
-      MapBytes(r.d + 6 * q0, r.s + 6 * q0, v, 6 * n, fn);
-    }
-  }
-}
-// The channel elements of pair q, for Pairs24.
-template <int CE>
-auto PairElements(const RowArgs &r) {
-  return [c = r.c](int64_t q, bool = false, bool = false) {
-    return std::pair<uint32_t, uint32_t>{LoadE<CE>(c + 2 * q * CE),
-                                         LoadE<CE>(c + (2 * q + 1) * CE)};
-  };
-}
-inline void NoStep(int64_t, int64_t, const uint8_t *) {}
 
 // Keyed 16-bit pixels: destination pixel i keeps its value where source pixel i is the
 // key and becomes fn(source pixel, element) elsewhere, for i < count.
@@ -153,9 +225,7 @@ template <int Bpp>
 void FastLightChanBytes(const RowArgs &r) {
   if (r.w & 1) ChanUnit<1>(Chan<Bpp, 2>(Raw(r)), r.w - 1, LightChanLone);
   if constexpr (Bpp == 3) {
-    Pairs24<uint16_t, false>(r, PairElements<2>(r), NoStep, [](uint32_t v, uint32_t c, int64_t) {
-      return LightChanByte16(v, c, true);
-    });
+    Pairs24<2>(r, [](uint32_t v, uint32_t c, int64_t) { return LightChanByte16(v, c, true); });
   } else {
     MapRowChan<4, 2>(r.d, r.s, r.c, Pairs(r) * 2,
                      [](uint32_t px, uint32_t c) { return LightChanPair(px, c); });
@@ -173,9 +243,7 @@ void FastDarkleChan1615(const RowArgs &r) {
 
 void FastDarkleChan24(const RowArgs &r) {
   DarkleChan24Lone(Raw(r));
-  Pairs24<uint8_t, false>(r, PairElements<1>(r), NoStep, [](uint32_t v, uint32_t c, int64_t b) {
-    return DarkleChan24PairByte(v, c, b);
-  });
+  Pairs24<1>(r, [](uint32_t v, uint32_t c, int64_t b) { return DarkleChan24PairByte(v, c, b); });
 }
 
 void FastDarkleChan32(const RowArgs &r) {
@@ -202,13 +270,14 @@ void FastMaskDarkleChan1615(const RowArgs &r) {
 void FastMaskLightChan24(const RowArgs &r) {
   if (r.w & 1) KeyedLone<3>(Chan<3, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
   // A pixel drawn alone takes the left element.
-  auto plan = [elements = PairElements<2>(r)](int64_t q, bool keyL, bool) {
-    auto [el, er] = elements(q);
-    return std::pair<uint32_t, uint32_t>{el, keyL ? el : er};
-  };
-  Pairs24<uint16_t, true>(r, plan, NoStep, [](uint32_t v, uint32_t o, uint32_t c, uint32_t m) {
-    return m == kKeep ? o : LightChanByte16(v, c, m == kBoth);
-  });
+  KeyedPairs24<2>(
+      r,
+      [](const KeyedByte &k) {
+        bool pair = (k.code & kOtherKey) == 0;
+        uint32_t v = LightChanByte16(k.v, pair ? k.c : k.cLeft, pair);
+        return (k.code & kOwnKey) ? k.o : v;
+      },
+      [](int64_t, bool) {});
 }
 
 void FastMaskLightChan32(const RowArgs &r) {
@@ -218,24 +287,42 @@ void FastMaskLightChan32(const RowArgs &r) {
       [](uint32_t px, uint32_t c) { return LightChanPair(px, c); });
 }
 
-// Within a chunk the misplaced pixels of its one-key pairs are written first, from the
-// right; the drawn pairs then overwrite those that land on them, as the pairs to the
-// left would in the walk from the right. Misplaced pixels never land right of their
-// own pair, so chunks to the right are never touched again.
+// The drawn pairs first, at their places; then the misplaced pixels of the one-key
+// pairs from the right, each byte written unless it lands on a drawn pair (which the
+// walk from the right would draw over it later: a misplaced pixel never lands right of
+// its own pair). Chunks without a one-key pair are noted in the first pass (the first
+// 4096 chunks of a row; any further ones are looked at again).
 void FastMaskDarkleChan24(const RowArgs &r) {
   auto x = Chan<3, 1>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
-  auto plan = PairElements<1>(r);
-  auto misplaced = [&x, &r](int64_t q0, int64_t n, const uint8_t *key) {
-    for (int64_t q = n - 1; q >= 0; --q) {
-      if (key[2 * q] == key[2 * q + 1]) continue;
-      PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * (q0 + q), r.b), q0 + q + 1);
-      x.PutAt(m.off, m.v);
+  constexpr int64_t kNoted = 4096;
+  uint64_t one[kNoted / 64] = {};
+  KeyedPairs24<1>(
+      r,
+      [](const KeyedByte &k) {
+        uint32_t v = DarkleByte(k.v, k.c);
+        return (k.code & (kOwnKey | kOtherKey)) ? k.o : v;
+      },
+      [&one](int64_t q0, bool any) {
+        int64_t i = q0 / kChunkPairs;
+        if (any && i < kNoted) one[i / 64] |= uint64_t{1} << (i % 64);
+      });
+  auto drawn = [&x, &r](int64_t q) { return ReadKeyedPair<3>(x, 2 * q, r.b).Both(); };
+  uint8_t code[kChunkBytes];
+  for (int64_t i = (Pairs(r) - 1) / kChunkPairs; Pairs(r) > 0 && i >= 0; --i) {
+    int64_t q0 = i * kChunkPairs, end = std::min(q0 + kChunkPairs, Pairs(r));
+    if (i < kNoted && (one[i / 64] >> (i % 64) & 1) == 0) continue;
+    KeyCodes24(r.s + 6 * q0, 2 * (end - q0), r.b, code);
+    for (int64_t q = end - 1; q >= q0; --q) {
+      uint8_t c = code[6 * (q - q0)];
+      if ((c & kOwnKey) == (c & kOtherKey) >> 1) continue;
+      PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * q, r.b), q + 1);
+      for (int j = 0; j < 3; ++j) {
+        int64_t at = m.off + j;
+        if (at < 0 || !drawn(at / 6)) *At(r.d, at) = static_cast<uint8_t>(m.v >> (8 * j));
+      }
     }
-  };
-  Pairs24<uint8_t, true>(r, plan, misplaced, [](uint32_t v, uint32_t o, uint32_t c, uint32_t m) {
-    return m == kBoth ? DarkleByte(v, c) : o;
-  });
+  }
 }
 
 void FastMaskDarkleChan32(const RowArgs &r) {
