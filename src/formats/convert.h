@@ -231,10 +231,10 @@ void RefWalk(const ConvArgs &a) {
 template <class K>
 inline void DenseLoop(const Io &io, size_t n) {
   if constexpr (K::kPairs && kPositional<K>) {
-#pragma GCC ivdep
+    RK_IVDEP
     for (size_t i = 0; i < n; i += 2) PairStep<K>(io, i);
   } else {
-#pragma GCC ivdep
+    RK_IVDEP
     for (size_t i = 0; i < n; ++i) OneStep<K>(io, i);
   }
 }

@@ -12,7 +12,9 @@
 #if defined(__AVX512BW__) && defined(__AVX512VL__)
 // GCC 12 warns about the intrinsics' own undefined vectors once they are inlined.
 #pragma GCC diagnostic push
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 #define RK_TRIPLE_MOVES 1

@@ -22,6 +22,16 @@
   }               \
   }
 
+// Tells the vectoriser that a loop's iterations do not depend on each other
+// through memory.
+#if defined(__clang__)
+#define RK_IVDEP _Pragma("clang loop vectorize(assume_safety)")
+#elif defined(__GNUC__)
+#define RK_IVDEP _Pragma("GCC ivdep")
+#else
+#define RK_IVDEP
+#endif
+
 namespace rk {
 
 // Levels a process can run at. kRef runs every row through the reference walk;
