@@ -71,8 +71,10 @@ std::pair<int64_t, int64_t> Footprint(const ConvSpec &c, bool dst, int k, uint32
 
 void Plant(uint8_t *at, const void *p) { std::memcpy(at, &p, sizeof p); }
 
-// A random case: count, then arrays placed apart, in place (dst k = src k), shifted
-// by a few bytes, or scattered over one shared buffer.
+// A random case: a count (0 to 300, often tiny), then the arrays in their own
+// buffers (layout 0), or one source sharing a buffer with one destination plane at
+// the same place (1), a few bytes off (2) or just touching either end (4), or every
+// array scattered over one shared buffer (3).
 std::string RunCase(const ConvSpec &c, rkt::Rng &rng) {
   uint32_t n = static_cast<uint32_t>(rng.Chance(0.3) ? rng.Range(0, 6) : rng.Range(0, 300));
   rkt::World w;
@@ -590,6 +592,84 @@ TEST(Convert, RoundTripsThroughPlanes) {
     ASSERT_EQ(Word(back[0], i), i & 0x1FFF) << i;
     ASSERT_EQ(Word(back[1], i), i & 0x3FF) << i;
     ASSERT_EQ(Word(back[2], i), i & 0x1FFF) << i;
+  }
+}
+
+// Grey levels of every 16-bit pixel against the sums as the library documents
+// them: bits 15..8 of 616 x low + 232 x high + 600 x g6 (Color16) or + 1200 x g5
+// (Color15 to Trans), and for Color15 to Light six G bits (10..5) with the upper
+// element of a pair adding the carry out of its partner's 16-bit sum.
+TEST(Convert, GreyOfEveryPixel) {
+  auto sum16 = [](uint32_t v) { return 616 * (v & 31) + 232 * (v >> 11) + 600 * (v >> 5 & 63); };
+  auto sum15 = [](uint32_t v) {
+    return 616 * (v & 31) + 232 * (v >> 10 & 31) + 1200 * (v >> 5 & 31);
+  };
+  auto sum15Wide = [](uint32_t v) {
+    return 616 * (v & 31) + 232 * (v >> 10 & 31) + 1200 * (v >> 5 & 63);
+  };
+  const uint32_t n = 65536;
+  std::vector<uint8_t> in = AllWords(n), trans(n), light(2 * size_t{n});
+  RkBitConvertColor16ToTrans(trans.data(), in.data(), n);
+  RkBitConvertColor16ToLight(light.data(), in.data(), n);
+  for (uint32_t v = 0; v < n; ++v) {
+    ASSERT_EQ(trans[v], sum16(v) >> 8 & 0xFF) << v;
+    ASSERT_EQ(Word(light, v), sum16(v) >> 8 & 0xFF) << v;
+  }
+  RkBitConvertColor15ToTrans(trans.data(), in.data(), n);
+  for (uint32_t v = 0; v < n; ++v) ASSERT_EQ(trans[v], sum15(v) >> 8 & 0xFF) << v;
+  // Color15ToLight: every pixel as the lower element of a pair, and as the upper one
+  // next to a partner whose sum does (0x7FFF) or does not (0) pass 65535.
+  for (uint32_t partner : {0x0000u, 0x7FFFu}) {
+    std::vector<uint8_t> pairs(4 * size_t{n}), out(4 * size_t{n});
+    for (uint32_t v = 0; v < n; ++v) {
+      for (uint32_t k = 0; k < 2; ++k) {
+        uint32_t e = k == 0 ? v : partner;
+        pairs[4 * v + 2 * k] = uint8_t(e);
+        pairs[4 * v + 2 * k + 1] = uint8_t(e >> 8);
+      }
+    }
+    RkBitConvertColor15ToLight(out.data(), pairs.data(), 2 * n);
+    for (uint32_t v = 0; v < n; ++v) {
+      ASSERT_EQ(Word(out, 2 * v), sum15Wide(v) >> 8 & 0xFF) << v;
+      ASSERT_EQ(Word(out, 2 * v + 1), (sum15Wide(partner) + (sum15Wide(v) >> 16)) >> 8 & 0xFF);
+    }
+    for (uint32_t v = 0; v < n; ++v) {
+      pairs[4 * v] = uint8_t(partner);
+      pairs[4 * v + 1] = uint8_t(partner >> 8);
+      pairs[4 * v + 2] = uint8_t(v);
+      pairs[4 * v + 3] = uint8_t(v >> 8);
+    }
+    RkBitConvertColor15ToLight(out.data(), pairs.data(), 2 * n);
+    for (uint32_t v = 0; v < n; ++v) {
+      ASSERT_EQ(Word(out, 2 * v + 1), (sum15Wide(v) + (sum15Wide(partner) >> 16)) >> 8 & 0xFF) << v;
+    }
+  }
+  // An element converted alone has no partner.
+  for (uint32_t v = 0; v < n; v += 7) {
+    uint8_t one[2] = {uint8_t(v), uint8_t(v >> 8)}, got[2];
+    RkBitConvertColor15ToLight(got, one, 1);
+    ASSERT_EQ(got[0] | got[1] << 8, sum15Wide(v) >> 8 & 0xFF) << v;
+  }
+}
+
+// Every 24-bit colour's grey level against (77 R + 150 G + 29 B) >> 8; the fourth
+// byte of Color32 plays no part.
+TEST(Convert, GreyOfEveryColour) {
+  const uint32_t chunk = 1 << 16;
+  std::vector<uint8_t> px(4 * size_t{chunk}), trans(chunk);
+  for (uint32_t base = 0; base < (1u << 24); base += chunk) {
+    for (uint32_t i = 0; i < chunk; ++i) {
+      uint32_t c = base + i;
+      px[4 * i] = uint8_t(c);
+      px[4 * i + 1] = uint8_t(c >> 8);
+      px[4 * i + 2] = uint8_t(c >> 16);
+      px[4 * i + 3] = uint8_t(i * 37);
+    }
+    RkBitConvertColor32ToTrans(trans.data(), px.data(), chunk);
+    for (uint32_t i = 0; i < chunk; ++i) {
+      uint32_t c = base + i;
+      ASSERT_EQ(trans[i], (77 * (c >> 16) + 150 * (c >> 8 & 0xFF) + 29 * (c & 0xFF)) >> 8) << c;
+    }
   }
 }
 

@@ -78,15 +78,16 @@ void FastMaskDarkle24(const RowArgs &r) {
   if ((r.w & 1) && h > 0) MaskDarkle24Pair(raw, h--, true);
   uint8_t one[kPairs24 + 8];
   for (int64_t hi = h; hi > 0; hi -= kPairs24) {
-    int64_t lo = hi > kPairs24 ? hi - kPairs24 : 0, n = hi - lo;
+    int64_t lo = hi > kPairs24 ? hi - kPairs24 : 0;
+    auto n = static_cast<size_t>(std::clamp<int64_t>(hi - lo, 0, kPairs24));  // 1..kPairs24
     auto f = [s](uint32_t w) { return DarkleByte2(w, s); };
     if (!MapPairs24<true>(r.d + 6 * lo, r.s + 6 * lo, n, Key24(r), f, one)) continue;
     std::memset(one + n, 0, 8);
-    for (int64_t p = 0; p < n; p += 8) {  // eight flags at a time; most are 0
+    for (size_t p = 0; p < n; p += 8) {  // eight flags at a time; most are 0
       uint64_t m;
       std::memcpy(&m, one + p, 8);
       for (; m != 0; m &= m - 1) {
-        MaskDarkle24Pair(raw, lo + p + std::countr_zero(m) / 8 + 1, false);
+        MaskDarkle24Pair(raw, lo + static_cast<int64_t>(p) + std::countr_zero(m) / 8 + 1, false);
       }
     }
   }

@@ -14,6 +14,7 @@
 //   Map(Px) -> uint32_t           three planes into one array
 //   Map(Px) -> Px                 planes to planes
 //   Convert(Px, Pos, Px partner)  when the element's place in the walk matters
+//   Lanes(uint32_t) -> uint32_t   a pair as one word of two 16-bit lanes
 // and optionally AloneStep(io, i, count), its own step for an odd count's last
 // element.
 //
@@ -29,7 +30,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <concepts>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -138,15 +138,24 @@ inline void StorePx(const Io &io, size_t i, const Px (&out)[N]) {
   (std::make_integer_sequence<int, kDstArrays<K>>{});
 }
 
-// Whether a member's formula depends on the element's place in the walk.
+// A member that converts a pair as one 32-bit word of two 16-bit lanes (the even
+// element in the low lane), so that what one lane's arithmetic carries out reaches
+// the other; an element converted alone is the low lane with the high lane 0.
 template <class K>
-constexpr bool kPositional = requires(const Px &p) {
+constexpr bool kLanes = requires(uint32_t w) {
+  K::Lanes(w);
+};
+// A member whose formula takes the element's place in the walk and its partner.
+template <class K>
+constexpr bool kByPlace = requires(const Px &p) {
   K::Convert(p, Pos::kLow, p);
 };
+template <class K>
+constexpr bool kPositional = kLanes<K> || kByPlace<K>;
 
 template <class K>
 inline Px ConvertAt(const Px &in, [[maybe_unused]] Pos pos, [[maybe_unused]] const Px &partner) {
-  if constexpr (kPositional<K>) {
+  if constexpr (kByPlace<K>) {
     return K::Convert(in, pos, partner);
   } else if constexpr (kSrcArrays<K> == 1 && kDstArrays<K> == 1) {
     return {{K::Map(in.v[0])}};
@@ -162,9 +171,13 @@ inline Px ConvertAt(const Px &in, [[maybe_unused]] Pos pos, [[maybe_unused]] con
 // One element, read and then written.
 template <class K>
 inline void OneStep(const Io &io, size_t i) {
-  Px in = LoadPx<K>(io, i);
-  Px out[1] = {ConvertAt<K>(in, Pos::kAlone, in)};
-  StorePx<K>(io, i, out);
+  if constexpr (kLanes<K>) {
+    StoreLE<2>(io.d[0] + 2 * i, K::Lanes(LoadLE<2>(io.s[0] + 2 * i)));
+  } else {
+    Px in = LoadPx<K>(io, i);
+    Px out[1] = {ConvertAt<K>(in, Pos::kAlone, in)};
+    StorePx<K>(io, i, out);
+  }
 }
 // An odd count's last element in a pair walk.
 template <class K>
@@ -178,9 +191,14 @@ inline void AloneStep(const Io &io, size_t i, size_t count) {
 // Elements i and i + 1: both read, then both written.
 template <class K>
 inline void PairStep(const Io &io, size_t i) {
-  Px lo = LoadPx<K>(io, i), hi = LoadPx<K>(io, i + 1);
-  Px out[2] = {ConvertAt<K>(lo, Pos::kLow, hi), ConvertAt<K>(hi, Pos::kHigh, lo)};
-  StorePx<K>(io, i, out);
+  if constexpr (kLanes<K>) {
+    static_assert(K::kSrc[0].stride == 2 && K::kDst[0].stride == 2);
+    StoreLE<4>(io.d[0] + 2 * i, K::Lanes(LoadLE<4>(io.s[0] + 2 * i)));
+  } else {
+    Px lo = LoadPx<K>(io, i), hi = LoadPx<K>(io, i + 1);
+    Px out[2] = {ConvertAt<K>(lo, Pos::kLow, hi), ConvertAt<K>(hi, Pos::kHigh, lo)};
+    StorePx<K>(io, i, out);
+  }
 }
 
 template <class K>
@@ -213,10 +231,10 @@ void RefWalk(const ConvArgs &a) {
 template <class K>
 inline void DenseLoop(const Io &io, size_t n) {
   if constexpr (K::kPairs && kPositional<K>) {
-#pragma GCC ivdep
+    RK_IVDEP
     for (size_t i = 0; i < n; i += 2) PairStep<K>(io, i);
   } else {
-#pragma GCC ivdep
+    RK_IVDEP
     for (size_t i = 0; i < n; ++i) OneStep<K>(io, i);
   }
 }
@@ -264,16 +282,33 @@ inline void WidenedLoop([[maybe_unused]] const Io &io, [[maybe_unused]] size_t n
     Io block = Advance<K>(io, at);
     uint8_t *out = nullptr;
     if constexpr (ts >= 0) {
-      LoadTriples<K::kSrc[ts].stride>(words, block.s[ts], m);
+      constexpr size_t stride = K::kSrc[ts].stride;
+      LoadTriples<stride>(words, block.s[ts], m, stride * (n - at) - (stride - 3));
       block.s[ts] = reinterpret_cast<const uint8_t *>(words);
     } else {
       out = block.d[td];
       block.d[td] = reinterpret_cast<uint8_t *>(words);
     }
     DenseLoop<Widen<K>>(block, m);
-    if constexpr (td >= 0) StoreTriples<K::kDst[td].stride>(out, words, m);
+    if constexpr (td >= 0) StoreTriples<K::kDst[td].stride>(out, words, m, n - at);
   }
 #endif
+}
+
+// How many elements to convert first so that the main loop reads the first source
+// array from 64-byte boundaries (a load across two cache lines costs most when the
+// memory is cold). Pair members keep whole pairs.
+template <class K>
+inline size_t AlignedStart(const Io &io, size_t n) {
+  constexpr Arr a = K::kSrc[0];
+  constexpr size_t unit = a.stride * (K::kPairs && kPositional<K> ? 2 : 1);
+  if constexpr (a.bytes == 3) {
+    return 0;
+  } else {
+    size_t ahead = (0 - reinterpret_cast<uintptr_t>(io.s[0])) & 63;
+    if (ahead % unit != 0) return 0;
+    return std::min(ahead / a.stride, n & ~(unit / a.stride - 1));
+  }
 }
 
 template <class K>
@@ -282,10 +317,12 @@ inline void FastLoop(size_t n, uint8_t *__restrict d0, uint8_t *__restrict d1,
                      const uint8_t *__restrict s1, const uint8_t *__restrict s2) {
   const Io io = ElementZero<K>(d0, d1, d2, s0, s1, s2);
   const size_t body = K::kPairs ? n & ~size_t{1} : n;
+  const size_t head = AlignedStart<K>(io, body);
+  DenseLoop<K>(io, head);
   if constexpr (kHasTriples<K> && kTripleMoves) {
-    WidenedLoop<K>(io, body);
+    WidenedLoop<K>(Advance<K>(io, head), body - head);
   } else {
-    DenseLoop<K>(io, body);
+    DenseLoop<K>(Advance<K>(io, head), body - head);
   }
   if (body != n) AloneStep<K>(io, n - 1, n);
 }

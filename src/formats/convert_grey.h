@@ -27,32 +27,37 @@
 RK_NS_BEGIN
 namespace conv {
 
-// Grey sums of 16-bit pixels. The weights are the luminance weights scaled for 5-
-// and 6-bit fields, applied the other way round on purpose: the low field (bits
-// 4..0) takes R's weight (616 = 77 x 8), the high field B's (232 = 29 x 8).
-constexpr uint32_t Sum16(uint32_t v) {
-  return 616 * (v & 31) + 232 * (v >> 11 & 31) + 600 * (v >> 5 & 63);
+// Grey levels of 16-bit pixels: bits 15..8 of 616 x low + 232 x high + 600 x g
+// (Color16, six G bits) or + 1200 x g (Color15, five; bit 15 ignored). The weights
+// are the luminance weights scaled for 5- and 6-bit fields, applied the other way
+// round on purpose: the low field (bits 4..0) takes R's weight (616 = 77 x 8), the
+// high field B's (232 = 29 x 8).
+//
+// Every weight is a multiple of 8 and the sums stay below 2^16, so the level is
+// t >> 5 with t = 77 x low + 29 x high + 75 x g (150 x g for Color15). t is formed
+// from the pixel and two shifts of it, modulo 2^16, in fewer steps than the fields
+// one by one: with v = low + 32 g + 2048 high (Color16), v >> 5 = g + 64 high, and
+//   t = 77 v - 2389 (v >> 5) - 4771 (v >> 11);
+// with v = low + 32 g + 1024 high (Color15 less bit 15), v >> 5 = g + 32 high, and
+//   t = 77 v - 2314 (v >> 5) - 4771 (v >> 10).
+constexpr uint32_t Grey16(uint32_t v) {
+  return static_cast<uint16_t>(77 * v - 2389 * (v >> 5) - 4771 * (v >> 11)) >> 5;
 }
-constexpr uint32_t Sum15(uint32_t v) {
-  return 616 * (v & 31) + 232 * (v >> 10 & 31) + 1200 * (v >> 5 & 31);
+constexpr uint32_t Grey15(uint32_t v) {
+  v &= 0x7FFF;
+  return static_cast<uint16_t>(77 * v - 2314 * (v >> 5) - 4771 * (v >> 10)) >> 5;
 }
-// Color15 to Light takes six G bits (10..5, the high field's lowest bit with them);
-// the sum reaches 101888.
-constexpr uint32_t Sum15Wide(uint32_t v) {
-  return 616 * (v & 31) + 232 * (v >> 10 & 31) + 1200 * (v >> 5 & 63);
-}
-
-template <uint32_t (*Sum)(uint32_t), Arr Out>
+template <uint32_t (*Grey)(uint32_t), Arr Out>
 struct WordToGrey : Paired {
   static constexpr Arr kSrc[] = {kWord};
   static constexpr Arr kDst[] = {Out};
-  static constexpr uint32_t Map(uint32_t v) { return Sum(v) >> 8 & 0xFF; }
+  static constexpr uint32_t Map(uint32_t v) { return Grey(v); }
 };
 template <Arr In, Arr Out>
 struct BytesToGrey : Single {
   static constexpr Arr kSrc[] = {In};
   static constexpr Arr kDst[] = {Out};
-  static constexpr uint32_t Map(uint32_t w) { return Grey888(ByteR(w), ByteG(w), ByteB(w)); }
+  static constexpr uint32_t Map(uint32_t w) { return GreyOfBytes(w); }
 };
 
 // Grey colour of an 8-bit level.
@@ -69,17 +74,20 @@ struct Level : Walk {
   static constexpr uint32_t Map(uint32_t e) { return Make(Read(e)); }
 };
 
-struct Color16ToTrans : WordToGrey<Sum16, kByte> {};
-struct Color16ToLight : WordToGrey<Sum16, kWord> {};
-struct Color15ToTrans : WordToGrey<Sum15, kByte> {};
-// The upper element of a pair adds the carry out of its partner's 16-bit lane.
+struct Color16ToTrans : WordToGrey<Grey16, kByte> {};
+struct Color16ToLight : WordToGrey<Grey16, kWord> {};
+struct Color15ToTrans : WordToGrey<Grey15, kByte> {};
+// Color15 to Light takes six G bits (10..5, the high field's lowest bit with them),
+// and a pair's two sums are formed as one 32-bit word of two 16-bit lanes: a sum
+// passes 65535 (up to 101888), and the carry out of the lower lane goes into the
+// upper one. A lone element is the lower lane alone.
 struct Color15ToLight : Paired {
   static constexpr Arr kSrc[] = {kWord};
   static constexpr Arr kDst[] = {kWord};
-  static constexpr Px Convert(const Px &in, Pos pos, const Px &partner) {
-    uint32_t s = Sum15Wide(in.v[0]);
-    if (pos == Pos::kHigh) s += Sum15Wide(partner.v[0]) >> 16;
-    return {{s >> 8 & 0xFF}};
+  static constexpr uint32_t Lanes(uint32_t w) {
+    uint32_t s =
+        616 * (w & 0x001F001F) + 232 * (w >> 10 & 0x001F001F) + 1200 * (w >> 5 & 0x003F003F);
+    return s >> 8 & 0x00FF00FF;
   }
 };
 struct Color24ToTrans : BytesToGrey<kTriple, kByte> {};

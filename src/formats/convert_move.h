@@ -12,7 +12,9 @@
 #if defined(__AVX512BW__) && defined(__AVX512VL__)
 // GCC 12 warns about the intrinsics' own undefined vectors once they are inlined.
 #pragma GCC diagnostic push
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 #define RK_TRIPLE_MOVES 1
@@ -44,16 +46,22 @@ inline __m512i LaneBytes(const int8_t (&b)[16]) {
   return _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i *>(b)));
 }
 
-// out[i] = the 3 bytes at in + Stride * i, fourth byte 0.
+// out[i] = the 3 bytes at in + Stride * i, fourth byte 0. `readable` bytes from
+// `in` may be read; the bulk reads whole 16-element spans, gap bytes included
+// (masked loads are slow on some processors when memory is cold), and only the
+// last spans mask what lies past `readable`.
 template <int Stride>
-inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n) {
+inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t readable) {
   size_t i = 0;
   if constexpr (Stride == 3) {
     static constexpr int8_t kSpread[16] = {0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1};
     const __m512i spread = LaneBytes(kSpread);
     const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0);
-    for (; i + 16 <= n; i += 16) {
-      __m512i raw = _mm512_maskz_loadu_epi8(0xFFFFFFFFFFFFull, in + 3 * i);
+    for (; i + 16 <= n; i += 16) {  // exactly the 48 bytes of 16 elements
+      const uint8_t *p = in + 3 * i;
+      __m512i raw = _mm512_inserti64x2(
+          _mm512_zextsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p))),
+          _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 32)), 2);
       __m512i v = _mm512_shuffle_epi8(_mm512_permutexvar_epi32(lanes, raw), spread);
       _mm512_storeu_si512(out + i, v);
     }
@@ -63,11 +71,20 @@ inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n) {
                                                        13, 15, 16, 17, 18, 20, 21, 22, 23, 25, 26,
                                                        27, 28, 30, 31, 32, 33, 35, 36, 37, 38};
     const __m512i words = _mm512_load_si512(kWords);
+    const __m512i colour = _mm512_set1_epi32(0x00FFFFFF);
     for (; i + 16 <= n; i += 16) {
-      __m512i a = _mm512_maskz_loadu_epi8(kLow5, in + 5 * i);
-      __m512i b = _mm512_maskz_loadu_epi8(kHigh5, in + 5 * i + 64);
+      const uint8_t *p = in + 5 * i;
+      __m512i a, b;
+      if (5 * i + 80 <= readable) {
+        a = _mm512_loadu_si512(p);
+        b = _mm512_zextsi128_si512(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 64)));
+      } else {
+        a = _mm512_maskz_loadu_epi8(kLow5, p);
+        b = _mm512_maskz_loadu_epi8(kHigh5, p + 64);
+      }
       __m512i v = _mm512_permutex2var_epi16(a, words, b);
-      _mm512_storeu_si512(out + i, _mm512_mask_srli_epi32(v, kOdd, v, 8));
+      v = _mm512_and_si512(_mm512_mask_srli_epi32(v, kOdd, v, 8), colour);
+      _mm512_storeu_si512(out + i, v);
     }
   }
   for (; i < n; ++i) {
@@ -76,9 +93,10 @@ inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n) {
   }
 }
 
-// The low 3 bytes of in[i] to out + Stride * i; nothing else is written.
+// The low 3 bytes of in[i] to out + Stride * i; nothing else is written. The array
+// holds `total` elements from `out` on (n of them written now).
 template <int Stride>
-inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n) {
+inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t total) {
   size_t i = 0;
   if constexpr (Stride == 3) {
     static constexpr int8_t kPack[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1};
@@ -86,7 +104,10 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n) {
     const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0);
     for (; i + 16 <= n; i += 16) {
       __m512i v = _mm512_shuffle_epi8(_mm512_loadu_si512(in + i), pack);
-      _mm512_mask_storeu_epi32(out + 3 * i, 0x0FFF, _mm512_permutexvar_epi32(lanes, v));
+      __m512i packed = _mm512_permutexvar_epi32(lanes, v);
+      uint8_t *p = out + 3 * i;
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), _mm512_castsi512_si256(packed));
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 32), _mm512_extracti64x2_epi64(packed, 2));
     }
   } else {
     // Odd elements move up a byte so that each pair fills the words (B0 G0) (R0 -)
@@ -97,6 +118,14 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n) {
     alignas(64) static constexpr int16_t kHigh[32] = {26, 27, 0, 28, 29, 30, 31, 0};
     const __m512i low = _mm512_load_si512(kLow), high = _mm512_load_si512(kHigh);
     for (; i + 16 <= n; i += 16) {
+      // Masked stores into lines not yet held cost dearly on some processors: the
+      // lines eight spans ahead are claimed for writing first.
+      if (i + 9 * 16 <= total) {
+        const char *ahead = reinterpret_cast<const char *>(out + 5 * (i + 8 * 16));
+        _mm_prefetch(ahead, _MM_HINT_ET0);
+        _mm_prefetch(ahead + 64, _MM_HINT_ET0);
+        _mm_prefetch(ahead + 79, _MM_HINT_ET0);
+      }
       __m512i v = _mm512_loadu_si512(in + i);
       v = _mm512_mask_slli_epi32(v, kOdd, v, 8);
       _mm512_mask_storeu_epi8(out + 5 * i, kLow5, _mm512_permutexvar_epi16(low, v));

@@ -60,9 +60,13 @@ constexpr uint32_t Pack555(uint32_t r, uint32_t g, uint32_t b) {
   return (r & 0xF8) << 7 | (g >> 3) << 5 | b >> 3;
 }
 
-// The grey level of three bytes: luminance weights 77, 150, 29 over 256.
-constexpr uint32_t Grey888(uint32_t r, uint32_t g, uint32_t b) {
-  return (77 * r + 150 * g + 29 * b) >> 8;
+// The grey level of a Color24/32 word: (77 R + 150 G + 29 B) >> 8, the luminance
+// weights over 256 (the sum is at most 65280). R and B are weighed in one product:
+// (B + R x 2^16) x (77 + 29 x 2^16) holds 29 B + 77 R in bits 31..16, as 77 B stays
+// below 2^16.
+constexpr uint32_t GreyOfBytes(uint32_t w) {
+  uint32_t rb = (w & 0x00FF00FF) * (77 | 29 << 16) >> 16;
+  return static_cast<uint16_t>(rb + 150 * ByteG(w)) >> 8;
 }
 
 // Intensity read-back.
