@@ -167,15 +167,6 @@ inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
   });
 }
 
-// The pair rule of the keyed members as a per-pixel choice, for loops over pairs: a
-// key pixel keeps the destination, a pixel whose partner is the key is drawn alone, a
-// pixel of two drawn ones by the pair formula.
-enum Mode : uint8_t { kKeep, kAlone, kBoth };
-inline std::pair<Mode, Mode> PairModes(bool keyL, bool keyR) {
-  auto m = [](bool self, bool other) { return self ? kKeep : other ? kAlone : kBoth; };
-  return {m(keyL, keyR), m(keyR, keyL)};
-}
-
 // Keyed 16-bit pixels: destination pixel i keeps its value where source pixel i is the
 // key and becomes fn(source pixel, element) elsewhere, for i < count.
 template <int CE, class Fn>
