@@ -13,6 +13,7 @@
 // GCC 12 warns about the intrinsics' own undefined vectors once they are inlined.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 #define RK_TRIPLE_MOVES 1
