@@ -158,7 +158,8 @@ inline bool MapPairs24(uint8_t *__restrict d, const uint8_t *__restrict s, int64
     int64_t last = pairs & ~int64_t{1};
     anyOne = KeepQuads24<kWhole>(s, pairs >> 1, key, keep, one);
     if (pairs & 1) {
-      anyOne |= KeepWords24<kWhole>(s + 6 * last, 1, key, keep + 6 * last, one + last);
+      anyOne |=
+          KeepWords24<kWhole>(s + 6 * last, 1, key, keep + 6 * last, one ? one + last : nullptr);
     }
   }
   for (int64_t i = 0; i < 3 * pairs; ++i) {

@@ -12,6 +12,7 @@
 #if defined(__AVX512BW__) && defined(__AVX512VL__)
 // GCC 12 warns about the intrinsics' own undefined vectors once they are inlined.
 #pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
