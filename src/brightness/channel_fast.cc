@@ -15,20 +15,39 @@ RK_NS_BEGIN
 namespace bright {
 namespace {
 
+// The loops below take their pointers __restrict. A row whose destination is exactly
+// its source (members whose every output depends only on the inputs at its place) is
+// run with kInPlace: the source is then read through the destination pointer, and the
+// source argument is not used.
+template <bool kInPlace>
+inline const uint8_t *Source(uint8_t *d, const uint8_t *s) {
+  return kInPlace ? d : s;
+}
+
 // Destination pixel i = fn(source pixel i, channel element i) for i < count.
-template <int E, int CE, class Fn>
-inline void MapRowChan(uint8_t *__restrict d, const uint8_t *__restrict s,
-                       const uint8_t *__restrict c, int64_t count, Fn fn) {
+template <bool kInPlace, int E, int CE, class Fn>
+inline void MapRowChanLoop(uint8_t *__restrict d, const uint8_t *__restrict s0,
+                           const uint8_t *__restrict c, int64_t count, Fn fn) {
   using T = typename Elem<E>::T;
+  const uint8_t *s = Source<kInPlace>(d, s0);
   for (int64_t i = 0; i < count; ++i) {
     StoreE<E>(d + i * E, static_cast<T>(fn(LoadE<E>(s + i * E), LoadE<CE>(c + i * CE))));
   }
 }
+template <int E, int CE, class Fn>
+inline void MapRowChan(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
+  if (d == s) {
+    MapRowChanLoop<true, E, CE>(d, nullptr, c, count, fn);
+  } else {
+    MapRowChanLoop<false, E, CE>(d, s, c, count, fn);
+  }
+}
 
 // Destination byte b = fn(source byte b, v[b], b) for b < n.
-template <class T, class Fn>
-inline void MapBytes(uint8_t *__restrict d, const uint8_t *__restrict s, const T *__restrict v,
-                     int64_t n, Fn fn) {
+template <bool kInPlace, class T, class Fn>
+inline void MapBytesLoop(uint8_t *__restrict d, const uint8_t *__restrict s0, const T *__restrict v,
+                         int64_t n, Fn fn) {
+  const uint8_t *s = Source<kInPlace>(d, s0);
   for (int64_t b = 0; b < n; ++b) d[b] = static_cast<uint8_t>(fn(s[b], v[b], b));
 }
 
@@ -61,8 +80,13 @@ inline void ForChunks24(const RowArgs &r, typename Elem<CE>::T *spread, Fn fn) {
 template <int CE, class Fn>
 inline void Pairs24(const RowArgs &r, Fn fn) {
   typename Elem<CE>::T v[kChunkBytes];
-  ForChunks24<CE>(r, v,
-                  [&](int64_t q0, int64_t nb) { MapBytes(r.d + 6 * q0, r.s + 6 * q0, v, nb, fn); });
+  ForChunks24<CE>(r, v, [&](int64_t q0, int64_t nb) {
+    if (r.d == r.s) {
+      MapBytesLoop<true>(r.d + 6 * q0, nullptr, v, nb, fn);
+    } else {
+      MapBytesLoop<false>(r.d + 6 * q0, r.s + 6 * q0, v, nb, fn);
+    }
+  });
 }
 
 // Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
@@ -144,6 +168,24 @@ struct KeyedByte {
   uint8_t code;
 };
 
+// Byte b of a chunk of keyed 24-bit pairs becomes fn(KeyedByte), with c[b] its pixel's
+// element (c[b - 3] readable) and code[b] its code. Returns whether a pair of the chunk
+// has exactly one key.
+template <bool kInPlace, class T, class Fn>
+inline uint8_t KeyedBytes24(uint8_t *__restrict d, const uint8_t *__restrict s0,
+                            const T *__restrict c, const uint8_t *__restrict code, int64_t nb,
+                            Fn fn) {
+  const uint8_t *s = Source<kInPlace>(d, s0);
+  uint8_t one = 0;
+  for (int64_t b = 0; b < nb; ++b) {
+    uint16_t mine = c[b], left = c[b - 3];  // both read: no load hangs on a condition
+    KeyedByte k{s[b], d[b], mine, (code[b] & kRight) ? left : mine, code[b]};
+    d[b] = static_cast<uint8_t>(fn(k));
+    one |= (code[b] ^ code[b] >> 1) & 1;
+  }
+  return one;
+}
+
 // The keyed 24-bit pairs, worked on bytes: byte b of each chunk becomes fn(KeyedByte).
 // Then after(first pair, whether a pair of the chunk has exactly one key) runs.
 template <int CE, class Fn, class After>
@@ -154,14 +196,11 @@ inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
   ForChunks24<CE>(r, e + kPad, [&](int64_t q0, int64_t nb) {
     const uint8_t *s = r.s + 6 * q0;
     KeyCodes24(s, nb / 3, r.b, code);
-    uint8_t *__restrict d = r.d + 6 * q0;
-    const auto *__restrict c = e + kPad;
-    uint8_t one = 0;
-    for (int64_t b = 0; b < nb; ++b) {
-      uint16_t mine = c[b], left = c[b - 3];  // both read: no load hangs on a condition
-      KeyedByte k{s[b], d[b], mine, (code[b] & kRight) ? left : mine, code[b]};
-      d[b] = static_cast<uint8_t>(fn(k));
-      one |= (code[b] ^ code[b] >> 1) & 1;
+    uint8_t one;
+    if (r.d == r.s) {
+      one = KeyedBytes24<true>(r.d + 6 * q0, nullptr, e + kPad, code, nb, fn);
+    } else {
+      one = KeyedBytes24<false>(r.d + 6 * q0, s, e + kPad, code, nb, fn);
     }
     after(q0, one != 0);
   });
@@ -169,21 +208,32 @@ inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
 
 // Keyed 16-bit pixels: destination pixel i keeps its value where source pixel i is the
 // key and becomes fn(source pixel, element) elsewhere, for i < count.
-template <int CE, class Fn>
-inline void BlendRowChan(uint8_t *__restrict d, const uint8_t *__restrict s,
-                         const uint8_t *__restrict c, int64_t count, uint32_t key, Fn fn) {
+template <bool kInPlace, int CE, class Fn>
+inline void BlendRowChanLoop(uint8_t *__restrict d, const uint8_t *__restrict s0,
+                             const uint8_t *__restrict c, int64_t count, uint32_t key, Fn fn) {
+  const uint8_t *s = Source<kInPlace>(d, s0);
   for (int64_t i = 0; i < count; ++i) {
     uint32_t p = LoadE<2>(s + 2 * i), o = LoadE<2>(d + 2 * i), v = fn(p, LoadE<CE>(c + i * CE));
     StoreE<2>(d + 2 * i, static_cast<uint16_t>(IsKey<2>(p, key) ? o : v));
+  }
+}
+template <int CE, class Fn>
+inline void BlendRowChan(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count,
+                         uint32_t key, Fn fn) {
+  if (d == s) {
+    BlendRowChanLoop<true, CE>(d, nullptr, c, count, key, fn);
+  } else {
+    BlendRowChanLoop<false, CE>(d, s, c, count, key, fn);
   }
 }
 
 // Keyed 32-bit pixels in pairs: a key pixel keeps the destination, the others become
 // fn(pixel, element if drawn alone, its own element, drawn with its partner); a pixel
 // drawn alone takes the left element when kAloneLeft.
-template <bool kAloneLeft, int CE, class Fn>
-inline void KeyedPairs32(uint8_t *__restrict d, const uint8_t *__restrict s,
-                         const uint8_t *__restrict c, int64_t pairs, uint32_t key, Fn fn) {
+template <bool kInPlace, bool kAloneLeft, int CE, class Fn>
+inline void KeyedPairs32Loop(uint8_t *__restrict d, const uint8_t *__restrict s0,
+                             const uint8_t *__restrict c, int64_t pairs, uint32_t key, Fn fn) {
+  const uint8_t *s = Source<kInPlace>(d, s0);
   for (int64_t q = 0; q < pairs; ++q) {
     uint32_t p[2], e[2], o[2];
     bool k[2];
@@ -198,6 +248,15 @@ inline void KeyedPairs32(uint8_t *__restrict d, const uint8_t *__restrict s,
       uint32_t v = fn(p[i], kAloneLeft ? e[0] : e[i], e[i], both);
       StoreE<4>(d + 8 * q + 4 * i, k[i] ? o[i] : v);
     }
+  }
+}
+template <bool kAloneLeft, int CE, class Fn>
+inline void KeyedPairs32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t pairs,
+                         uint32_t key, Fn fn) {
+  if (d == s) {
+    KeyedPairs32Loop<true, kAloneLeft, CE>(d, nullptr, c, pairs, key, fn);
+  } else {
+    KeyedPairs32Loop<false, kAloneLeft, CE>(d, s, c, pairs, key, fn);
   }
 }
 
