@@ -26,6 +26,14 @@
  * elements documented for them, including the one-off stores of the RGBLight to
  * Trans/Light members.
  *
+ * Factors. At depths 16 and 15 a level, opacity or channel value v acts as (v >> 3) / 32
+ * on each field (so 255 leaves 1/32 of the destination in a blend); at depths 24 and 32
+ * as v / 256 on each byte. Keys are compared with the source pixel only: its 16 bits at
+ * depths 16 and 15 (bit 15 included), its three colour bytes (keyColour & 0xFFFFFF) at 24
+ * and 32. Several members give deliberately irregular results (stray bits, one-off
+ * stores, misplaced pixels); they are part of the contract and noted at each member.
+ * docs/surfaces.md explains surfaces, pitches, channel planes and keys with diagrams.
+ *
  * Threads. Calls are re-entrant and may run concurrently as long as no two calls
  * write overlapping pixels and no call writes another's source. RkLight24,
  * RkLight32 and RkZoom24 write into their source surface.
@@ -223,7 +231,8 @@ RKPIX_API void RKPIX_CALL RkMaskDarkleWithChannel15(const RkSurface *dst, int32_
                                                     int32_t height, const RkSurface *channel,
                                                     int32_t channelX, int32_t channelY,
                                                     uint32_t keyColour);
-/* Color24 with a key; a pixel drawn alone in a pair lands reversed at 4n-6 or 4n-3 of its row. */
+/* Color24 with a key; a pixel drawn alone in a pair lands reversed at byte 4n-6 or 4n-3 of its
+ * row (n the pair's number), which can be before the rectangle (within dst's memory). */
 RKPIX_API void RKPIX_CALL RkMaskDarkleWithChannel24(const RkSurface *dst, int32_t dstX,
                                                     int32_t dstY, const RkSurface *src,
                                                     int32_t srcX, int32_t srcY, int32_t width,
@@ -261,7 +270,8 @@ RKPIX_API void RKPIX_CALL RkLight32(const RkSurface *dst, int32_t dstX, int32_t 
 
 /* ---- Masked brightening (... , level, keyColour): saturating ---- */
 
-/* Scales non-key Color16 pixels by (level >> 3)/32 with saturation at each field's maximum. */
+/* Scales non-key Color16 pixels by (level >> 3)/32 with saturation at each field's maximum; the
+ * left pixel of a pair saturates green and blue early. Levels up to 8191 are defined. */
 RKPIX_API void RKPIX_CALL RkMaskLight16(const RkSurface *dst, int32_t dstX, int32_t dstY,
                                         const RkSurface *src, int32_t srcX, int32_t srcY,
                                         int32_t width, int32_t height, uint32_t level,
@@ -346,7 +356,8 @@ RKPIX_API void RKPIX_CALL RkMaskLightWithChannel32(const RkSurface *dst, int32_t
 RKPIX_API void RKPIX_CALL RkTrans16(const RkSurface *dst, int32_t dstX, int32_t dstY,
                                     const RkSurface *src, int32_t srcX, int32_t srcY, int32_t width,
                                     int32_t height, uint32_t opacity);
-/* As RkTrans16 for Color15; written pixels have bit 15 = 0. */
+/* As RkTrans16 for Color15; written pixels have bit 15 = 0. In pairs and groups of four a bit 15
+ * that differs between source and destination shifts red by (ts - td) * (opacity >> 3). */
 RKPIX_API void RKPIX_CALL RkTrans15(const RkSurface *dst, int32_t dstX, int32_t dstY,
                                     const RkSurface *src, int32_t srcX, int32_t srcY, int32_t width,
                                     int32_t height, uint32_t opacity);
@@ -384,13 +395,15 @@ RKPIX_API void RKPIX_CALL RkMaskTrans32(const RkSurface *dst, int32_t dstX, int3
 
 /* ---- Translucent blend through an 8-bit channel plane (... , channel, channelX, channelY) ---- */
 
-/* Alpha blend: each pixel moves towards src by (c >> 3)/32 of its channel byte c. */
+/* Alpha blend: each pixel moves towards src by (c >> 3)/32 of its channel byte c. Where the
+ * source's blue is below the destination's, pixels done in pairs also get bit 11 set and pixels
+ * done in groups of four bits 8..10 (stray bits of the lane arithmetic). */
 RKPIX_API void RKPIX_CALL RkTransWithChannel16(const RkSurface *dst, int32_t dstX, int32_t dstY,
                                                const RkSurface *src, int32_t srcX, int32_t srcY,
                                                int32_t width, int32_t height,
                                                const RkSurface *channel, int32_t channelX,
                                                int32_t channelY);
-/* As RkTransWithChannel16 for Color15; written pixels have bit 15 = 0. */
+/* As RkTransWithChannel16 for Color15 (the same stray bits); written pixels have bit 15 = 0. */
 RKPIX_API void RKPIX_CALL RkTransWithChannel15(const RkSurface *dst, int32_t dstX, int32_t dstY,
                                                const RkSurface *src, int32_t srcX, int32_t srcY,
                                                int32_t width, int32_t height,
@@ -412,7 +425,7 @@ RKPIX_API void RKPIX_CALL RkTransWithChannel32(const RkSurface *dst, int32_t dst
 /* ---- Masked translucent blend through an 8-bit channel plane (... , channel, channelX, channelY,
  * keyColour) ---- */
 
-/* RkTransWithChannel16 skipping key pixels. */
+/* RkTransWithChannel16 skipping key pixels, without the stray blue bits. */
 RKPIX_API void RKPIX_CALL RkMaskTransWithChannel16(const RkSurface *dst, int32_t dstX, int32_t dstY,
                                                    const RkSurface *src, int32_t srcX, int32_t srcY,
                                                    int32_t width, int32_t height,
