@@ -15,3 +15,9 @@ export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig"
 # shellcheck disable=SC2046
 cc -std=c89 -o "$work/pc-consumer" "$src/c_consumer.c" $(pkg-config --cflags --libs rkpix)
 "$work/pc-consumer"
+# The examples, as a user builds them against the installed header and library.
+for example in "$src"/../examples/*.c; do
+  # shellcheck disable=SC2046
+  cc -std=c99 -Wall -Wextra -Werror -pedantic -o "$work/example" "$example" $(pkg-config --cflags --libs rkpix)
+  "$work/example" >/dev/null
+done
