@@ -90,6 +90,9 @@ inline void Pairs24(const RowArgs &r, Fn fn) {
   });
 }
 
+#if !defined(__AVX512BW__)
+// The keyed 24-bit byte loops, for levels without AVX-512 (which has its own rows).
+
 // Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
 enum KeyCode : uint8_t { kOwnKey = 1, kOtherKey = 2, kRight = 4 };
 
@@ -206,6 +209,8 @@ inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
     after(q0, one != 0);
   });
 }
+
+#endif  // !defined(__AVX512BW__)
 
 // Keyed 16-bit pixels: destination pixel i keeps its value where source pixel i is the
 // key and becomes fn(source pixel, element) elsewhere, for i < count.
