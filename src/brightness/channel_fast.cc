@@ -3,6 +3,7 @@
 // destination is exactly their source). The right-end steps run through the same
 // units as the reference walks; the body of the row is a plain loop.
 #include <algorithm>
+#include <bit>
 #if defined(__SSSE3__)
 #include <immintrin.h>
 #endif
@@ -88,6 +89,9 @@ inline void Pairs24(const RowArgs &r, Fn fn) {
     }
   });
 }
+
+#if !defined(__AVX512BW__)
+// The keyed 24-bit byte loops, for levels without AVX-512 (which has its own rows).
 
 // Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
 enum KeyCode : uint8_t { kOwnKey = 1, kOtherKey = 2, kRight = 4 };
@@ -206,6 +210,8 @@ inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
   });
 }
 
+#endif  // !defined(__AVX512BW__)
+
 // Keyed 16-bit pixels: destination pixel i keeps its value where source pixel i is the
 // key and becomes fn(source pixel, element) elsewhere, for i < count.
 template <bool kInPlace, int CE, class Fn>
@@ -261,6 +267,88 @@ inline void KeyedPairs32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t
 }
 
 Row<RawMem> Raw(const RowArgs &r) { return {r, {}, {}, {}}; }
+
+#if defined(__AVX512BW__)
+// GCC 12's AVX-512 headers trip its own uninitialised-value warnings once inlined;
+// the keyed 24-bit rows below use them (popped after those rows).
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+// Keyed 24-bit pairs ten at a time (60 bytes of a 64-byte register). Masks have one
+// bit per byte of the step; pair q of the step starts at bit 6q.
+constexpr int64_t kStepPairs = 10;
+constexpr uint64_t kPairStarts = [] {
+  uint64_t m = 0;
+  for (int q = 0; q < kStepPairs; ++q) m |= uint64_t{1} << (6 * q);
+  return m;
+}();
+
+// Per-byte vpermw indices for the two 32-byte halves of a step: the byte's pixel, and
+// the left pixel of the byte's pair.
+template <bool kLeft>
+inline __m512i SpreadIndex(int half) {
+  alignas(64) uint16_t idx[32] = {};
+  for (int j = 0; j < 32; ++j) {
+    int b = 32 * half + j;
+    idx[j] = static_cast<uint16_t>(kLeft ? b / 6 * 2 : b / 3);
+  }
+  return _mm512_load_si512(idx);
+}
+
+// The key repeated over a register, byte b holding key byte b % 3.
+inline __m512i KeyPattern24(uint32_t key) {
+  alignas(64) uint8_t pat[64];
+  for (int b = 0; b < 64; ++b) pat[b] = static_cast<uint8_t>(key >> (8 * (b % 3)));
+  return _mm512_load_si512(pat);
+}
+
+// Byte-masked loads keep to the row but are slow to stream (the hardware prefetchers do
+// not follow them), so a step reads whole registers while at least kAheadPairs pairs of
+// the row start at it, enough for every read below; only the row's last steps mask.
+constexpr int64_t kAheadPairs = 16;
+template <class V>
+inline V LoadBytes(const uint8_t *p, uint64_t mask, bool whole) {
+  if constexpr (sizeof(V) == 64) {
+    return whole ? _mm512_loadu_si512(p) : _mm512_maskz_loadu_epi8(mask, p);
+  } else {
+    return whole ? _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p))
+                 : _mm256_maskz_loadu_epi8(static_cast<__mmask32>(mask), p);
+  }
+}
+
+// One step of n <= kStepPairs pairs: the source bytes, and per pair (at its start bit)
+// whether its left / right pixel is the key. Nothing past the n pairs is read unless
+// whole (kAheadPairs pairs of the row start at s).
+struct KeyStep24 {
+  __m512i src;
+  uint64_t pairs, keyL, keyR;
+  uint64_t Drawn() const { return pairs & ~keyL & ~keyR; }  // neither pixel the key
+  uint64_t OneKey() const { return keyL ^ keyR; }
+};
+inline KeyStep24 LoadKeyStep24(const uint8_t *s, int64_t n, __m512i pattern, bool whole) {
+  uint64_t bytes = (uint64_t{1} << (6 * n)) - 1;
+  __m512i src = LoadBytes<__m512i>(s, bytes, whole);
+  uint64_t m = _mm512_mask_cmpeq_epi8_mask(bytes, src, pattern);
+  uint64_t pix = m & m >> 1 & m >> 2;  // at each pixel's first byte
+  uint64_t pairs = kPairStarts & bytes;
+  return {src, pairs, pix & pairs, pix >> 3 & pairs};
+}
+// Bits at pair starts spread over the pairs' six bytes, and over a pixel's three.
+inline uint64_t PairBytes(uint64_t starts) { return starts * 63; }
+inline uint64_t PixelBytes(uint64_t starts) { return starts * 7; }
+
+// Half h (bytes 32h..32h+31) of a step's source bytes as 16-bit lanes.
+inline __m512i Widen(__m512i v, int half) {
+  return _mm512_cvtepu8_epi16(half ? _mm512_extracti64x4_epi64(v, 1) : _mm512_castsi512_si256(v));
+}
+// Two halves of 16-bit lanes (each at most 255) as 64 bytes.
+inline __m512i Narrow(__m512i lo, __m512i hi) {
+  return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtepi16_epi8(lo)),
+                            _mm512_cvtepi16_epi8(hi), 1);
+}
+#endif
 
 // ---------------------------------------------------------------------------------
 // LightWithChannel
@@ -323,6 +411,35 @@ void FastMaskDarkleChan1615(const RowArgs &r) {
 
 void FastMaskLightChan24(const RowArgs &r) {
   if (r.w & 1) KeyedLone<3>(Chan<3, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
+#if defined(__AVX512BW__)
+  // LightChanByte16 in 16-bit lanes: a pair of two drawn pixels takes each pixel's own
+  // element as a signed factor, a pixel drawn alone the left element unsigned; only
+  // the drawn bytes are stored.
+  const __m512i pattern = KeyPattern24(r.b), ff = _mm512_set1_epi16(255);
+  const __m512i own[2] = {SpreadIndex<false>(0), SpreadIndex<false>(1)};
+  const __m512i left[2] = {SpreadIndex<true>(0), SpreadIndex<true>(1)};
+  for (int64_t q0 = 0; q0 < Pairs(r); q0 += kStepPairs) {
+    int64_t n = std::min(kStepPairs, Pairs(r) - q0);
+    bool whole = q0 + kAheadPairs <= Pairs(r);
+    KeyStep24 k = LoadKeyStep24(r.s + 6 * q0, n, pattern, whole);
+    uint64_t pair = PairBytes(k.Drawn());
+    uint64_t alone = PixelBytes(k.keyR & ~k.keyL) | PixelBytes(k.keyL & ~k.keyR) << 3;
+    if ((pair | alone) == 0) continue;
+    __m512i elems = LoadBytes<__m512i>(r.c + 4 * q0, (uint64_t{1} << (4 * n)) - 1, whole);
+    __m512i res[2];
+    for (int h = 0; h < 2; ++h) {
+      auto pw = static_cast<__mmask32>(pair >> (32 * h));
+      __m512i v = Widen(k.src, h);
+      __m512i c = _mm512_mask_blend_epi16(pw, _mm512_permutexvar_epi16(left[h], elems),
+                                          _mm512_permutexvar_epi16(own[h], elems));
+      __m512i lo = _mm512_mullo_epi16(v, c), hi = _mm512_mulhi_epu16(v, c);
+      __m512i from = _mm512_maskz_mov_epi16(pw & _mm512_movepi16_mask(c), v);
+      res[h] =
+          _mm512_mask_mov_epi16(_mm512_srli_epi16(lo, 8), _mm512_cmpgt_epu16_mask(hi, from), ff);
+    }
+    _mm512_mask_storeu_epi8(r.d + 6 * q0, pair | alone, Narrow(res[0], res[1]));
+  }
+#else
   // A pixel drawn alone takes the left element.
   KeyedPairs24<2>(
       r,
@@ -332,6 +449,7 @@ void FastMaskLightChan24(const RowArgs &r) {
         return (k.code & kOwnKey) ? k.o : v;
       },
       [](int64_t, bool) {});
+#endif
 }
 
 void FastMaskLightChan32(const RowArgs &r) {
@@ -343,14 +461,59 @@ void FastMaskLightChan32(const RowArgs &r) {
                         });
 }
 
+// The misplaced pixel of one-key pair q, each byte written unless it lands on a drawn
+// pair (which the walk from the right would draw over it later).
+template <class X>
+void PutMisplaced24(const X &x, const RowArgs &r, int64_t q) {
+  PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * q, r.b), q + 1);
+  for (int j = 0; j < 3; ++j) {
+    int64_t at = m.off + j;
+    if (at < 0 || !ReadKeyedPair<3>(x, 2 * (at / 6), r.b).Both()) {
+      *At(r.d, at) = static_cast<uint8_t>(m.v >> (8 * j));
+    }
+  }
+}
+
 // The drawn pairs first, at their places; then the misplaced pixels of the one-key
 // pairs from the right, each byte written unless it lands on a drawn pair (which the
 // walk from the right would draw over it later: a misplaced pixel never lands right of
-// its own pair). Chunks without a one-key pair are noted in the first pass (the first
-// 4096 chunks of a row; any further ones are looked at again).
+// its own pair). Without AVX-512, chunks without a one-key pair are noted in the first pass (the
+// first 4096 chunks of a row; any further ones are looked at again).
 void FastMaskDarkleChan24(const RowArgs &r) {
   auto x = Chan<3, 1>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
+#if defined(__AVX512BW__)
+  // The drawn pairs from the left, DarkleByte in 16-bit lanes, each pixel its own
+  // element; then, if the row has one-key pairs, their misplaced pixels from the right.
+  const __m512i pattern = KeyPattern24(r.b);
+  const __m512i own[2] = {SpreadIndex<false>(0), SpreadIndex<false>(1)};
+  bool anyOne = false;
+  for (int64_t q0 = 0; q0 < Pairs(r); q0 += kStepPairs) {
+    int64_t n = std::min(kStepPairs, Pairs(r) - q0);
+    bool whole = q0 + kAheadPairs <= Pairs(r);
+    KeyStep24 k = LoadKeyStep24(r.s + 6 * q0, n, pattern, whole);
+    anyOne |= k.OneKey() != 0;
+    uint64_t drawn = PairBytes(k.Drawn());
+    if (drawn == 0) continue;
+    __m512i elems =
+        _mm512_cvtepu8_epi16(LoadBytes<__m256i>(r.c + 2 * q0, (uint64_t{1} << (2 * n)) - 1, whole));
+    __m512i res[2];
+    for (int h = 0; h < 2; ++h) {
+      __m512i c = _mm512_permutexvar_epi16(own[h], elems);
+      res[h] = _mm512_srli_epi16(_mm512_mullo_epi16(Widen(k.src, h), c), 8);
+    }
+    _mm512_mask_storeu_epi8(r.d + 6 * q0, drawn, Narrow(res[0], res[1]));
+  }
+  for (int64_t q0 = (Pairs(r) - 1) / kStepPairs * kStepPairs; anyOne && q0 >= 0; q0 -= kStepPairs) {
+    int64_t n = std::min(kStepPairs, Pairs(r) - q0);
+    KeyStep24 k = LoadKeyStep24(r.s + 6 * q0, n, pattern, q0 + kAheadPairs <= Pairs(r));
+    for (uint64_t one = k.OneKey(); one != 0;) {
+      int bit = 63 - std::countl_zero(one);
+      one &= ~(uint64_t{1} << bit);
+      PutMisplaced24(x, r, q0 + bit / 6);
+    }
+  }
+#else
   constexpr int64_t kNoted = 4096;
   uint64_t one[kNoted / 64] = {};
   KeyedPairs24<1>(
@@ -363,7 +526,6 @@ void FastMaskDarkleChan24(const RowArgs &r) {
         int64_t i = q0 / kChunkPairs;
         if (any && i < kNoted) one[i / 64] |= uint64_t{1} << (i % 64);
       });
-  auto drawn = [&x, &r](int64_t q) { return ReadKeyedPair<3>(x, 2 * q, r.b).Both(); };
   uint8_t code[kChunkBytes];
   for (int64_t i = (Pairs(r) - 1) / kChunkPairs; Pairs(r) > 0 && i >= 0; --i) {
     int64_t q0 = i * kChunkPairs, end = std::min(q0 + kChunkPairs, Pairs(r));
@@ -371,15 +533,15 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     KeyCodes24(r.s + 6 * q0, 2 * (end - q0), r.b, code);
     for (int64_t q = end - 1; q >= q0; --q) {
       uint8_t c = code[6 * (q - q0)];
-      if ((c & kOwnKey) == (c & kOtherKey) >> 1) continue;
-      PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * q, r.b), q + 1);
-      for (int j = 0; j < 3; ++j) {
-        int64_t at = m.off + j;
-        if (at < 0 || !drawn(at / 6)) *At(r.d, at) = static_cast<uint8_t>(m.v >> (8 * j));
-      }
+      if ((c & kOwnKey) != (c & kOtherKey) >> 1) PutMisplaced24(x, r, q);
     }
   }
+#endif
 }
+
+#if defined(__AVX512BW__)
+#pragma GCC diagnostic pop
+#endif
 
 void FastMaskDarkleChan32(const RowArgs &r) {
   if (r.w & 1) KeyedLone<4>(Chan<4, 1>(Raw(r)), r.w - 1, r.b, DarkleChan3);
