@@ -80,6 +80,14 @@ void FastMaskDarkle24(const RowArgs &r) {
   for (int64_t hi = h; hi > 0; hi -= kPairs24) {
     int64_t lo = hi > kPairs24 ? hi - kPairs24 : 0;
     auto n = static_cast<size_t>(std::clamp<int64_t>(hi - lo, 0, kPairs24));  // 1..kPairs24
+    // The chunks go leftwards, which the hardware's stream detection follows poorly:
+    // the next chunk's source and destination lines are asked for now.
+    if (lo >= kPairs24) {
+      for (int64_t b = 6 * (lo - kPairs24); b < 6 * lo; b += 64) {
+        __builtin_prefetch(r.s + b);
+        __builtin_prefetch(r.d + b, 1);
+      }
+    }
     auto f = [s](uint32_t w) { return DarkleByte2(w, s); };
     if (!MapPairs24<true>(r.d + 6 * lo, r.s + 6 * lo, n, Key24(r), f, one)) continue;
     std::memset(one + n, 0, 8);

@@ -6,4 +6,136 @@
 #define RK_CONVERT_FAST(name, dsts, srcs) \
   t.Set(KernelId::RkBitConvert##name, &conv::FastWalk<conv::name>);
 
-RK_FAST_FAMILY(convert) { RK_CONVERT_ALL(RK_CONVERT_FAST) }
+#if RK_TRIPLE_MOVES
+RK_NS_BEGIN
+namespace conv {
+namespace {
+
+// Grey levels of 3-byte B,G,R pixels with AVX-512BW, to bytes (Trans) or 16-bit
+// elements (Light): GreyOfBytes, (77 R + 150 G + 29 B) >> 8, lane-parallel. Each
+// pixel is spread to the dword (B, G, R, G); vpmaddubsw weighs it by (29, 99, 77, 51)
+// into the words 29 B + 99 G and 77 R + 51 G (each at most 128 x 255, so nothing
+// saturates), and vpmaddwd adds the two into the exact sum.
+inline __m512i GreyWeights() { return _mm512_set1_epi32(29 | 99 << 8 | 77 << 16 | 51 << 24); }
+inline __m512i SpreadBgrg() {
+  return LaneBytes({0, 1, 2, 1, 3, 4, 5, 4, 6, 7, 8, 7, 9, 10, 11, 10});
+}
+// The sums of 16 pixels whose 48 bytes are spread over 128-bit lanes, 12 a lane.
+inline __m512i GreySums(__m512i twelve_a_lane, __m512i spread, __m512i weights) {
+  __m512i bgrg = _mm512_shuffle_epi8(twelve_a_lane, spread);
+  return _mm512_madd_epi16(_mm512_maddubs_epi16(bgrg, weights), _mm512_set1_epi16(1));
+}
+
+template <int OutBytes>
+void Grey24Walk(const ConvArgs &args) {
+  const uint8_t *in = args.s[0];
+  uint8_t *out = args.d[0];
+  const size_t n = args.count;
+  const __m512i spread = SpreadBgrg(), weights = GreyWeights();
+  // Dwords 3k..3k+2 of the 48 source bytes of 16 pixels go to lane k.
+  const __m512i one = _mm512_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0);
+  const __m512i lo = _mm512_setr_epi32(12, 13, 14, 0, 15, 16, 17, 0, 18, 19, 20, 0, 21, 22, 23, 0);
+  const __m512i hi = _mm512_setr_epi32(8, 9, 10, 0, 11, 12, 13, 0, 14, 15, 16, 0, 17, 18, 19, 0);
+  const __m512i top = _mm512_setr_epi32(4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0, 13, 14, 15, 0);
+  size_t i = 0;
+  // 64 pixels from three whole 64-byte loads.
+  for (; i + 64 <= n; i += 64) {
+    const uint8_t *p = in + 3 * i;
+    __m512i a = _mm512_loadu_si512(p), b = _mm512_loadu_si512(p + 64),
+            c = _mm512_loadu_si512(p + 128);
+    __m512i s0 = GreySums(_mm512_permutexvar_epi32(one, a), spread, weights);
+    __m512i s1 = GreySums(_mm512_permutex2var_epi32(a, lo, b), spread, weights);
+    __m512i s2 = GreySums(_mm512_permutex2var_epi32(b, hi, c), spread, weights);
+    __m512i s3 = GreySums(_mm512_permutexvar_epi32(top, c), spread, weights);
+    // The sums are at most 65280: packed to words without saturating, then >> 8.
+    // Lane k of a pack holds pixels 4k.. of each operand in turn.
+    __m512i w01 = _mm512_srli_epi16(_mm512_packus_epi32(s0, s1), 8);
+    __m512i w23 = _mm512_srli_epi16(_mm512_packus_epi32(s2, s3), 8);
+    if constexpr (OutBytes == 1) {
+      const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+      __m512i bytes = _mm512_permutexvar_epi32(order, _mm512_packus_epi16(w01, w23));
+      _mm512_storeu_si512(out + i, bytes);
+    } else {
+      const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+      _mm512_storeu_si512(out + 2 * i, _mm512_permutexvar_epi64(order, w01));
+      _mm512_storeu_si512(out + 2 * i + 64, _mm512_permutexvar_epi64(order, w23));
+    }
+  }
+  // The rest 16 pixels a step, loads and stores masked to the array.
+  for (; i < n; i += 16) {
+    const size_t m = std::min<size_t>(16, n - i);
+    const __mmask64 bytes = _bzhi_u64(~uint64_t{0}, static_cast<unsigned>(3 * m));
+    const __mmask16 pixels = static_cast<__mmask16>(_bzhi_u32(~0u, static_cast<unsigned>(m)));
+    __m512i raw = _mm512_maskz_loadu_epi8(bytes, in + 3 * i);
+    __m512i level =
+        _mm512_srli_epi32(GreySums(_mm512_permutexvar_epi32(one, raw), spread, weights), 8);
+    if constexpr (OutBytes == 1) {
+      _mm512_mask_cvtepi32_storeu_epi8(out + i, pixels, level);
+    } else {
+      _mm512_mask_cvtepi32_storeu_epi16(out + 2 * i, pixels, level);
+    }
+  }
+}
+
+// Color15 to Light with AVX-512BW, 32 elements a vector. A pair's word of two
+// 16-bit lanes (Color15ToLight::Lanes) carries at most 1 out of the lower lane, into
+// bit 16; every weight is a multiple of 8, so the upper lane's sum is a multiple of 8
+// and the carry never reaches its bits 8..15. Each element's level is therefore
+// bits 8..15 of its own sum, i.e. (t >> 5) & 0xFF with
+// t = 77 (bits 4..0) + 29 (bits 14..10) + 150 (bits 10..5), below 2^14; a lone
+// element (the lower lane alone) gives the same.
+// Half of each element's sum, h = 308 a + 116 b + 600 c (at most 50944), is formed
+// with high-half products of fields moved to the top of the word, and the level is
+// (h >> 7) & 0xFF.
+inline __m512i Light15(__m512i v) {
+  // a x 2048, b x 1024, c x 1024.
+  __m512i a = _mm512_slli_epi16(v, 11), b = _mm512_and_si512(v, _mm512_set1_epi16(0x7C00)),
+          c = _mm512_and_si512(_mm512_slli_epi16(v, 5), _mm512_set1_epi16(-1024));
+  __m512i h = _mm512_add_epi16(_mm512_mulhi_epu16(a, _mm512_set1_epi16(308 * 32)),
+                               _mm512_mulhi_epu16(b, _mm512_set1_epi16(116 * 64)));
+  h = _mm512_add_epi16(h, _mm512_mulhi_epu16(c, _mm512_set1_epi16(-0x10000 + 600 * 64)));
+  return _mm512_and_si512(_mm512_srli_epi16(h, 7), _mm512_set1_epi16(0xFF));
+}
+void Light15Walk(const ConvArgs &args) {
+  const uint8_t *in = args.s[0];
+  uint8_t *out = args.d[0];
+  const size_t n = args.count;
+  auto masked = [&](size_t i, size_t m) {
+    const __mmask32 k = _bzhi_u32(~0u, static_cast<unsigned>(m));
+    _mm512_mask_storeu_epi16(out + 2 * i, k, Light15(_mm512_maskz_loadu_epi16(k, in + 2 * i)));
+  };
+  // First the elements up to a 64-byte boundary of the source, when it has one.
+  size_t i = 0;
+  if (const size_t ahead = (0 - reinterpret_cast<uintptr_t>(in)) & 63; ahead % 2 == 0) {
+    i = std::min(ahead / 2, n);
+    if (i != 0) masked(0, i);
+  }
+  // Four vectors a step, loaded before any is stored.
+  for (; i + 128 <= n; i += 128) {
+    const uint8_t *p = in + 2 * i;
+    __m512i a = _mm512_loadu_si512(p), b = _mm512_loadu_si512(p + 64),
+            c = _mm512_loadu_si512(p + 128), d = _mm512_loadu_si512(p + 192);
+    _mm512_storeu_si512(out + 2 * i, Light15(a));
+    _mm512_storeu_si512(out + 2 * i + 64, Light15(b));
+    _mm512_storeu_si512(out + 2 * i + 128, Light15(c));
+    _mm512_storeu_si512(out + 2 * i + 192, Light15(d));
+  }
+  for (; i + 32 <= n; i += 32) {
+    _mm512_storeu_si512(out + 2 * i, Light15(_mm512_loadu_si512(in + 2 * i)));
+  }
+  if (i < n) masked(i, n - i);
+}
+
+}  // namespace
+}  // namespace conv
+RK_NS_END
+#endif
+
+RK_FAST_FAMILY(convert) {
+  RK_CONVERT_ALL(RK_CONVERT_FAST)
+#if RK_TRIPLE_MOVES
+  t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);
+  t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey24Walk<2>);
+  t.Set(KernelId::RkBitConvertColor15ToLight, &conv::Light15Walk);
+#endif
+}
