@@ -240,6 +240,63 @@ std::vector<NamedCase> AllCases() {
   return out;
 }
 
+namespace {
+std::vector<uint8_t> Pack(const std::vector<uint32_t> &v, int n) {
+  std::vector<uint8_t> b;
+  for (uint32_t x : v)
+    for (int j = 0; j < n; ++j) b.push_back(static_cast<uint8_t>(x >> 8 * j));
+  return b;
+}
+std::vector<uint32_t> Unpack(const uint8_t *b, size_t count, int n) {
+  std::vector<uint32_t> v(count);
+  for (size_t i = 0; i < count * n; ++i) v[i / n] |= uint32_t{b[i]} << 8 * (i % n);
+  return v;
+}
+}  // namespace
+
+void CheckPins(const std::vector<Pin> &pins) {
+  for (const Pin &p : pins) {
+    auto e = std::find_if(BlitEntries().begin(), BlitEntries().end(),
+                          [&](const BlitEntry &x) { return x.fn == p.fn.fn; });
+    ASSERT_NE(e, BlitEntries().end()) << p.what;
+    const int bpp = e->shape.bpp, ce = std::max(e->shape.chanElem, 1);
+    const auto n = p.src.size() / static_cast<size_t>(p.rows);
+    const auto cols = static_cast<int32_t>(n) - (p.shift ? 1 : 0);
+    const auto ccols = static_cast<int32_t>(p.chan.size()) / p.rows;
+    for (rk::Level level : rk::AvailableLevels()) {
+      std::vector<uint8_t> s = Pack(p.src, bpp), d = p.same ? s : Pack(p.dst, bpp);
+      std::vector<uint8_t> c = Pack(p.chan, ce);
+      const int32_t pitch = static_cast<int32_t>(n) * bpp;
+      RkSurface ds{0, cols, p.rows, pitch, 0, d.data() + std::max(0, -p.shift)};
+      RkSurface ss{0, cols, p.rows, pitch, 0, s.data()},
+          cs{0, ccols, p.rows, ccols * ce, 0, c.data()};
+      if (p.same) ss = RkSurface{0, cols, p.rows, pitch, 0, d.data() + std::max(0, p.shift)};
+      BlitCall call{&ds,
+                    p.at.dx,
+                    p.at.dy,
+                    &ss,
+                    p.at.sx,
+                    p.at.sy,
+                    p.at.w < 0 ? cols : p.at.w,
+                    p.at.h < 0 ? p.rows : p.at.h,
+                    &cs,
+                    p.chX,
+                    0,
+                    p.a,
+                    p.b};
+      rk::Level saved = rk::UseLevel(level);
+      CallBlit(*e, call);
+      rk::UseLevel(saved);
+      EXPECT_EQ(Unpack(d.data(), p.want.size(), bpp), p.want)
+          << p.what << " (level " << rk::LevelName(level) << ")";
+      if (!p.same) {
+        EXPECT_EQ(Unpack(s.data(), p.src.size(), bpp), p.wantSrc.empty() ? p.src : p.wantSrc)
+            << p.what << ": source (level " << rk::LevelName(level) << ")";
+      }
+    }
+  }
+}
+
 void RegisterDiffTests() {
   for (const NamedCase &c : AllCases()) {
     ::testing::RegisterTest(
