@@ -9,22 +9,10 @@
 #include "module/dispatch.h"
 #include "rkpix.h"
 
-RKT_BLIT(RkLightWithChannel16, 2, rkt::Args::kChannel, 2);
-RKT_BLIT(RkLightWithChannel15, 2, rkt::Args::kChannel, 2);
-RKT_BLIT(RkLightWithChannel24, 3, rkt::Args::kChannel, 2);
-RKT_BLIT(RkLightWithChannel32, 4, rkt::Args::kChannel, 2);
-RKT_BLIT(RkDarkleWithChannel16, 2, rkt::Args::kChannel, 1);
-RKT_BLIT(RkDarkleWithChannel15, 2, rkt::Args::kChannel, 1);
-RKT_BLIT(RkDarkleWithChannel24, 3, rkt::Args::kChannel, 1);
-RKT_BLIT(RkDarkleWithChannel32, 4, rkt::Args::kChannel, 1);
-RKT_BLIT(RkMaskLightWithChannel16, 2, rkt::Args::kChannelKey, 2);
-RKT_BLIT(RkMaskLightWithChannel15, 2, rkt::Args::kChannelKey, 2);
-RKT_BLIT(RkMaskLightWithChannel24, 3, rkt::Args::kChannelKey, 2);
-RKT_BLIT(RkMaskLightWithChannel32, 4, rkt::Args::kChannelKey, 2);
-RKT_BLIT(RkMaskDarkleWithChannel16, 2, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskDarkleWithChannel15, 2, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskDarkleWithChannel24, 3, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskDarkleWithChannel32, 4, rkt::Args::kChannelKey, 1);
+RKT_BLIT_DEPTHS(RkLightWithChannel, rkt::Args::kChannel, 2);
+RKT_BLIT_DEPTHS(RkDarkleWithChannel, rkt::Args::kChannel, 1);
+RKT_BLIT_DEPTHS(RkMaskLightWithChannel, rkt::Args::kChannelKey, 2);
+RKT_BLIT_DEPTHS(RkMaskDarkleWithChannel, rkt::Args::kChannelKey, 1);
 
 namespace {
 

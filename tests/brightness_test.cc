@@ -11,18 +11,9 @@ RKT_BLIT(RkLight16, 2, rkt::Args::kA);
 RKT_BLIT(RkLight15, 2, rkt::Args::kA);
 RKT_BLIT(RkLight24, 3, rkt::Args::kA, 0, true);
 RKT_BLIT(RkLight32, 4, rkt::Args::kA, 0, true);
-RKT_BLIT(RkDarkle16, 2, rkt::Args::kA);
-RKT_BLIT(RkDarkle15, 2, rkt::Args::kA);
-RKT_BLIT(RkDarkle24, 3, rkt::Args::kA);
-RKT_BLIT(RkDarkle32, 4, rkt::Args::kA);
-RKT_BLIT(RkMaskLight16, 2, rkt::Args::kAKey);
-RKT_BLIT(RkMaskLight15, 2, rkt::Args::kAKey);
-RKT_BLIT(RkMaskLight24, 3, rkt::Args::kAKey);
-RKT_BLIT(RkMaskLight32, 4, rkt::Args::kAKey);
-RKT_BLIT(RkMaskDarkle16, 2, rkt::Args::kAKey);
-RKT_BLIT(RkMaskDarkle15, 2, rkt::Args::kAKey);
-RKT_BLIT(RkMaskDarkle24, 3, rkt::Args::kAKey);
-RKT_BLIT(RkMaskDarkle32, 4, rkt::Args::kAKey);
+RKT_BLIT_DEPTHS(RkDarkle, rkt::Args::kA);
+RKT_BLIT_DEPTHS(RkMaskLight, rkt::Args::kAKey);
+RKT_BLIT_DEPTHS(RkMaskDarkle, rkt::Args::kAKey);
 
 namespace {
 
@@ -59,22 +50,15 @@ std::string WideRows(rkt::Rng &rng) {
     }
   });
 }
-RKT_DIFF(WideLight16, (WideRows<RkLight16, 2>), 30);
-RKT_DIFF(WideLight15, (WideRows<RkLight15, 2>), 30);
-RKT_DIFF(WideLight24, (WideRows<RkLight24, 3>), 30);
-RKT_DIFF(WideLight32, (WideRows<RkLight32, 4>), 30);
-RKT_DIFF(WideDarkle16, (WideRows<RkDarkle16, 2>), 30);
-RKT_DIFF(WideDarkle15, (WideRows<RkDarkle15, 2>), 30);
-RKT_DIFF(WideDarkle24, (WideRows<RkDarkle24, 3>), 30);
-RKT_DIFF(WideDarkle32, (WideRows<RkDarkle32, 4>), 30);
-RKT_DIFF(WideMaskLight16, (WideRows<RkMaskLight16, 2>), 30);
-RKT_DIFF(WideMaskLight15, (WideRows<RkMaskLight15, 2>), 30);
-RKT_DIFF(WideMaskLight24, (WideRows<RkMaskLight24, 3>), 30);
-RKT_DIFF(WideMaskLight32, (WideRows<RkMaskLight32, 4>), 30);
-RKT_DIFF(WideMaskDarkle16, (WideRows<RkMaskDarkle16, 2>), 30);
-RKT_DIFF(WideMaskDarkle15, (WideRows<RkMaskDarkle15, 2>), 30);
-RKT_DIFF(WideMaskDarkle24, (WideRows<RkMaskDarkle24, 3>), 30);
-RKT_DIFF(WideMaskDarkle32, (WideRows<RkMaskDarkle32, 4>), 30);
+#define WIDE_ROWS(fn)                                    \
+  RKT_DIFF(Wide##fn##16, (WideRows<Rk##fn##16, 2>), 30); \
+  RKT_DIFF(Wide##fn##15, (WideRows<Rk##fn##15, 2>), 30); \
+  RKT_DIFF(Wide##fn##24, (WideRows<Rk##fn##24, 3>), 30); \
+  RKT_DIFF(Wide##fn##32, (WideRows<Rk##fn##32, 4>), 30)
+WIDE_ROWS(Light);
+WIDE_ROWS(Darkle);
+WIDE_ROWS(MaskLight);
+WIDE_ROWS(MaskDarkle);
 
 // Values worked out by hand from the members' formulas (24 bits: 0xRRGGBB). `At`
 // {x, 0, x, 0, w}: the rectangle at column x of both surfaces.

@@ -5,6 +5,7 @@
 //   RKT_BLIT(RkTrans16, 2, rkt::Args::kA);                 // bytes a pixel, argument shape
 //   RKT_BLIT(RkTransWithChannel16, 2, rkt::Args::kChannel, 1);  // channel element size
 //   RKT_BLIT(RkLight24, 3, rkt::Args::kA, 0, true);        // writes into its source
+// or all four depths of a member at once: RKT_BLIT_DEPTHS(RkTrans, rkt::Args::kA).
 // Other shapes (conversions, zoom) register a case function with RKT_DIFF.
 #pragma once
 
@@ -87,5 +88,10 @@ void CheckPins(const std::vector<Pin> &pins);
 #define RKT_BLIT(fn, ...)                                         \
   static const bool RKT_CAT(rkt_blit_, fn) = ::rkt::RegisterBlit( \
       #fn, reinterpret_cast<::rkt::AnyExport>(&fn), ::rkt::BlitShape{__VA_ARGS__})
+#define RKT_BLIT_DEPTHS(fn, ...)    \
+  RKT_BLIT(fn##16, 2, __VA_ARGS__); \
+  RKT_BLIT(fn##15, 2, __VA_ARGS__); \
+  RKT_BLIT(fn##24, 3, __VA_ARGS__); \
+  RKT_BLIT(fn##32, 4, __VA_ARGS__)
 #define RKT_DIFF(name, fn, cases) \
   static const bool RKT_CAT(rkt_diff_, name) = ::rkt::RegisterDiff(#name, fn, cases)

@@ -5,22 +5,10 @@
 #include "driver.h"
 #include "trans/blend.h"
 
-RKT_BLIT(RkTrans16, 2, rkt::Args::kA);
-RKT_BLIT(RkTrans15, 2, rkt::Args::kA);
-RKT_BLIT(RkTrans24, 3, rkt::Args::kA);
-RKT_BLIT(RkTrans32, 4, rkt::Args::kA);
-RKT_BLIT(RkMaskTrans16, 2, rkt::Args::kAKey);
-RKT_BLIT(RkMaskTrans15, 2, rkt::Args::kAKey);
-RKT_BLIT(RkMaskTrans24, 3, rkt::Args::kAKey);
-RKT_BLIT(RkMaskTrans32, 4, rkt::Args::kAKey);
-RKT_BLIT(RkTransWithChannel16, 2, rkt::Args::kChannel, 1);
-RKT_BLIT(RkTransWithChannel15, 2, rkt::Args::kChannel, 1);
-RKT_BLIT(RkTransWithChannel24, 3, rkt::Args::kChannel, 1);
-RKT_BLIT(RkTransWithChannel32, 4, rkt::Args::kChannel, 1);
-RKT_BLIT(RkMaskTransWithChannel16, 2, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskTransWithChannel15, 2, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskTransWithChannel24, 3, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskTransWithChannel32, 4, rkt::Args::kChannelKey, 1);
+RKT_BLIT_DEPTHS(RkTrans, rkt::Args::kA);
+RKT_BLIT_DEPTHS(RkMaskTrans, rkt::Args::kAKey);
+RKT_BLIT_DEPTHS(RkTransWithChannel, rkt::Args::kChannel, 1);
+RKT_BLIT_DEPTHS(RkMaskTransWithChannel, rkt::Args::kChannelKey, 1);
 
 namespace {
 
