@@ -501,42 +501,29 @@ TEST(Convert, GreyOfEveryPixel) {
 // Every member on four threads at once, each converting one shared source into its
 // own arrays, gives what the same calls give on one thread.
 TEST(Convert, ConcurrentCallsMatchOneThread) {
-  constexpr int kThreads = 4;
-  constexpr uint32_t kN = 301;
   for (const auto &[name, spec] : Specs()) {
     const ConvSpec &c = *spec;
     rkt::Rng rng(rkt::BaseSeed() ^ 0xC0);
-    using Array = std::pair<std::vector<uint8_t>, int64_t>;  // bytes, element 0's offset
-    auto sized = [&](bool dst, int k) {
-      auto [lo, hi] = Footprint(c, dst, k, kN);
-      std::vector<uint8_t> v(static_cast<size_t>(hi - lo + 8));
-      rng.Fill(v.data(), v.size());
-      return Array{v, -lo};
-    };
-    std::vector<Array> src;
-    const uint8_t *s[3] = {};
-    for (int k = 0; k < c.ns; ++k) src.push_back(sized(false, k));
-    for (int k = 0; k < c.ns; ++k) s[k] = src[k].first.data() + src[k].second;
-    if (c.srcBAt >= 0) Plant(src[1].first.data() + src[1].second + c.srcBAt, s[2]);
-    std::vector<std::vector<Array>> first(kThreads);
-    for (auto &arrays : first)
-      for (int k = 0; k < c.nd; ++k) arrays.push_back(sized(true, k));
-    auto run = [&](std::vector<Array> &arrays) {
-      uint8_t *d[3] = {};
-      for (int k = 0; k < c.nd; ++k) d[k] = arrays[k].first.data() + arrays[k].second;
-      for (uint32_t n = kN; n > 0; n /= 3) {
+    Arrays one(301, 0);
+    for (auto &v : one.s) rng.Fill(v.data(), v.size());
+    for (auto &v : one.d) rng.Fill(v.data(), v.size());
+    const uint8_t *s[3] = {one.s[0].data() + kPad, one.s[1].data() + kPad, one.s[2].data() + kPad};
+    if (c.srcBAt >= 0) Plant(one.s[1].data() + kPad + c.srcBAt, s[2]);
+    auto run = [&](Arrays &a) {
+      uint8_t *d[3] = {a.d[0].data() + kPad, a.d[1].data() + kPad, a.d[2].data() + kPad};
+      for (uint32_t n = 301; n > 0; n /= 3) {
         if (c.dstBAt >= 0) Plant(d[1] + c.dstBAt, d[2]);  // until the call overwrites it
         Call(c, d, s, n);
       }
-      // Each copy held its own B plane's address.
-      if (c.dstBAt >= 0) std::memset(d[1] + c.dstBAt, 0, 8);
+      if (c.dstBAt >= 0) std::memset(d[1] + c.dstBAt, 0, 8);  // each copy's own address
     };
-    std::vector<std::vector<Array>> want = first, got = first;
-    for (auto &arrays : want) run(arrays);
+    std::vector<Arrays> want(4, one), got(4, one);
+    for (auto &a : want) run(a);
     std::vector<std::thread> threads;
-    for (auto &arrays : got) threads.emplace_back([&] { run(arrays); });
+    for (auto &a : got) threads.emplace_back([&] { run(a); });
     for (auto &t : threads) t.join();
-    for (int t = 0; t < kThreads; ++t) EXPECT_EQ(got[t], want[t]) << name << " thread " << t;
+    for (int t = 0; t < 4; ++t)
+      for (int k = 0; k < 3; ++k) EXPECT_EQ(got[t].d[k], want[t].d[k]) << name << " thread " << t;
   }
 }
 
