@@ -49,16 +49,10 @@ uint32_t Param(Rng &rng) {
   static const uint32_t kEdges[] = {0,   1,    7,    8,    15,    16,    127,   128,   200,
                                     248, 255,  256,  263,  264,   271,   300,   511,   512,
                                     519, 1024, 2048, 8191, 32767, 32768, 65535, 65536, 0xFFFFFFFFu};
-  switch (rng.Range(0, 3)) {
-    case 0:
-      return kEdges[rng.Range(0, sizeof(kEdges) / sizeof(kEdges[0]) - 1)];
-    case 1:
-      return static_cast<uint32_t>(rng.Range(0, 300));
-    case 2:
-      return static_cast<uint32_t>(rng.Range(0, 65535));
-    default:
-      return rng.U32();
-  }
+  const int64_t kind = rng.Range(0, 3);
+  if (kind == 0) return kEdges[rng.Range(0, std::size(kEdges) - 1)];
+  if (kind == 3) return rng.U32();
+  return static_cast<uint32_t>(rng.Range(0, kind == 1 ? 300 : 65535));
 }
 
 struct BlitCase {

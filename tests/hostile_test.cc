@@ -73,23 +73,17 @@ uint32_t ExtremeU(rkt::Rng &rng) {
 // makes the starts that wrap around in the clipping arithmetic and still draw: the
 // "clipped" rectangle then lies far outside one surface.
 void Axis(rkt::Rng &rng, int32_t &d, int32_t &s, int32_t &size) {
-  switch (rng.Range(0, 3)) {
-    case 0:
-      d = Extreme(rng), s = Extreme(rng), size = Extreme(rng);
-      break;
-    case 1:
-      d = static_cast<int32_t>(rng.Range(-3, 10)), s = static_cast<int32_t>(rng.Range(-3, 10));
-      size = static_cast<int32_t>(rng.Range(-1, 12));
-      break;
-    case 2:  // the destination start wraps
-      d = INT_MAX - static_cast<int32_t>(rng.Range(0, 3));
-      s = -65536 - static_cast<int32_t>(rng.Range(0, 3));
-      size = INT_MAX;
-      break;
-    default:  // the source start wraps
-      d = -65536 - static_cast<int32_t>(rng.Range(0, 3));
-      s = INT_MAX - static_cast<int32_t>(rng.Range(0, 3));
-      size = INT_MAX;
+  auto r = [&](int64_t lo, int64_t hi) { return static_cast<int32_t>(rng.Range(lo, hi)); };
+  const int64_t kind = rng.Range(0, 3);
+  if (kind == 0) {
+    d = Extreme(rng), s = Extreme(rng), size = Extreme(rng);
+  } else if (kind == 1) {
+    d = r(-3, 10), s = r(-3, 10), size = r(-1, 12);
+  } else {  // the destination's start wraps, or the source's
+    int32_t &wraps = kind == 2 ? d : s, &other = kind == 2 ? s : d;
+    wraps = INT_MAX - r(0, 3);
+    other = -65536 - r(0, 3);
+    size = INT_MAX;
   }
 }
 
