@@ -133,9 +133,8 @@ TEST(Brightness, Pins) {
   // clang-format on
 }
 
-// A misplaced write reaching one byte past the destination's memory loses that byte:
-// a 2-pixel rectangle on a surface that owns 11 bytes, the pair's one non-key pixel
-// going to bytes 9..11.
+// A misplaced write one byte past the destination's 11 bytes loses that byte: the
+// pair's one non-key pixel goes to bytes 9..11.
 TEST(Brightness, MisplacedWriteStaysInTheSurface) {
   rkt::Rng rng(rkt::BaseSeed());
   rkt::World w;
@@ -149,11 +148,11 @@ TEST(Brightness, MisplacedWriteStaysInTheSurface) {
   EXPECT_EQ(w.Data(0)[9] | w.Data(0)[10] << 8, 0x2030);  // the bytes inside are written
 }
 
-// Every pixel value, as one row (the packed and lane paths) and as a column of one-pixel
-// rows (the lone pixel; from the third row on, Darkle's single-pixel step): up to level
-// 263 Darkle truncates, floor(c * k / 32) per field with k = level >> 3 (bit 15 takes no
-// part); below 256 Light rounds up, (c * k + 31) / 32, green at depth 16 one step higher,
-// and at depth 15 bit 15 enters red as 32 (the result masked to the field).
+// Every pixel value, as a row (packed and lane paths) and as a column (the lone pixel,
+// and Darkle's single-pixel step from the third row): with k = level >> 3, up to level
+// 263 Darkle gives floor(c * k / 32) per field (bit 15 ignored); below 256 Light gives
+// (c * k + 31) / 32, green at depth 16 one step higher, red at depth 15 with bit 15 as
+// 32 (masked to the field).
 TEST(Brightness, EveryPixelUpToScale32) {
   std::vector<uint16_t> src(65536), dst(65536);
   for (uint32_t i = 0; i < 65536; ++i) src[i] = static_cast<uint16_t>(i);

@@ -1,6 +1,5 @@
-// Row conversions: every member against the reference walk on random arrays
-// (apart, in place, overlapping), pinned values for the irregular members, and
-// exhaustive round trips through the 16-bit colour formats.
+// Row conversions: the differential driver on random arrays (apart, in place,
+// overlapping), pinned values, and round trips over every 16-bit value.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -57,8 +56,7 @@ std::pair<int64_t, int64_t> Extent(const ArrSpec &a, uint32_t count) {
   return {a.first, a.first + int64_t{a.stride} * (count - 1) + a.bytes};
 }
 
-// Everything a call may read or write around one array (the B-plane pointer and
-// the byte read past a Light source included), for sizing its buffer.
+// All a call may touch around one array (B-plane pointer, Light's read-ahead byte).
 std::pair<int64_t, int64_t> Footprint(const ConvSpec &c, bool dst, int k, uint32_t n) {
   auto [lo, hi] = Extent(dst ? c.d : c.s, n);
   lo = std::min<int64_t>(lo, 0);
@@ -71,10 +69,9 @@ std::pair<int64_t, int64_t> Footprint(const ConvSpec &c, bool dst, int k, uint32
 
 void Plant(uint8_t *at, const void *p) { std::memcpy(at, &p, sizeof p); }
 
-// A random case: a count (0 to 300, often tiny), then the arrays in their own
-// buffers (layout 0), or one source sharing a buffer with one destination plane at
-// the same place (1), a few bytes off (2) or just touching either end (4), or every
-// array scattered over one shared buffer (3).
+// A count (0 to 300, often tiny), then the arrays in their own buffers (layout 0), or
+// a source and a destination plane in one buffer (1 to 4, below), or every array
+// scattered over one shared buffer (3).
 std::string RunCase(const ConvSpec &c, rkt::Rng &rng) {
   uint32_t n = static_cast<uint32_t>(rng.Chance(0.3) ? rng.Range(0, 6) : rng.Range(0, 300));
   rkt::World w;
@@ -86,7 +83,6 @@ std::string RunCase(const ConvSpec &c, rkt::Rng &rng) {
   const int mode = static_cast<int>(rng.Range(0, 4));
   auto own = [&](bool dst, int k) {
     auto [lo, hi] = Footprint(c, dst, k, n);
-    // Against a guard page an array gets no margin: a byte past what it may touch faults.
     bool flush = w.guard != rkt::Bytes::kNone;
     int64_t before = (flush ? 0 : rng.Range(0, 24)) - lo, after = flush ? 0 : rng.Range(0, 24);
     return Where{w.AddBuffer(rng, static_cast<size_t>(before + hi + after)), before};
@@ -133,8 +129,7 @@ std::string RunCase(const ConvSpec &c, rkt::Rng &rng) {
     if (hi > lo) w.Allow(dw[k].buf, dw[k].at + lo, dw[k].at + hi);
   }
   for (int k = 0; k < c.ns; ++k) s[k] = w.Data(sw[k].buf) + sw[k].at;
-  // The six members that take their B plane from the G array get a decoy argument,
-  // which must be neither read for results nor written.
+  // Members that take their B plane from the G array get a decoy argument.
   int decoy = w.AddBuffer(rng, 16);
   if (c.dstBAt >= 0) {
     Plant(d[1] + c.dstBAt, d[2]);
@@ -264,10 +259,8 @@ struct Arrays {
 
 const ConvSpec &Spec(const std::string &name) { return *Specs().at(name); }
 
-// Hand-worked values: member, source elements per array, destination elements per
-// array (read back at their documented places), source bytes under the elements.
-// Destination bytes start as 0xAA; all but the elements (and the B-plane pointer)
-// must keep it.
+// Hand-worked values: member, source and destination elements per array (at their
+// documented places), source bytes under the elements. Other destination bytes stay.
 struct Pinned {
   const char *name;
   std::vector<std::vector<uint32_t>> in, out;
@@ -292,10 +285,9 @@ TEST(Convert, PinnedValues) {
       {"Color32ToColor16", {{0xFF00FF00, 0x12F80000}}, {{0x07E0, 0xF800}}},
       {"Color24ToColor32", {{0x123456}}, {{0x00123456}}},
       {"Color32ToColor24", {{0x99123456}}, {{0x123456}}},
-      // Grey levels: the low field takes R's weight, the high field B's.
+      // Grey levels: the low field takes R's weight, the high field B's; Color15ToLight
+      // reads G from bits 10..5.
       {"Color16ToTrans", {{0xFFFF, 0x001F, 0xF800}}, {{250, 74, 28}}},
-      {"Color15ToTrans", {{0x7FFF, 0xFFFF, 0x0400}}, {{248, 248, 0}}},
-      // Color15ToLight reads G from bits 10..5; its sums pass 65535.
       {"Color15ToLight", {{0x7FFF, 0xFFFF, 0x0400}}, {{142, 142, 150}}},
       {"Color24ToTrans", {{0xFFFFFF, 0x0000FF}}, {{255, 28}}},
       {"Color24ToLight", {{0xFF0000, 0x00FF00}}, {{76, 149}}},
@@ -404,10 +396,9 @@ TEST(Convert, InPlaceFollowsTheWalk) {
   for (auto &[name, spec] : Specs()) Call(*spec, none, cnone, 0);
 }
 
-// Runs `chain` on n elements (each member's destination arrays the next one's source,
-// all three source planes alike at first) and checks element i of every final array k
-// against want(element i of the input, k). The input bytes are 0, 0, 1, 0, 2, 0, ...:
-// as 16-bit words the values 0, 1, 2, ...
+// Runs `chain` on n elements (each member's destinations the next one's sources) and
+// checks element i of every final array k against want(input element i, k). The input
+// planes hold the 16-bit words from, from + 1, ...
 struct Trip {
   std::vector<const char *> chain;
   uint32_t (*want)(uint32_t v, int k);
@@ -475,10 +466,9 @@ TEST(Convert, RoundTrips) {
   for (const Trip &t : trips) CheckTrip(t);
 }
 
-// Grey levels of every 16-bit pixel, each as the lower and as the upper element of a
-// pair, against the sums as the library documents them: bits 15..8 of 616 x low +
-// 232 x high + 600 x g6 (Color16), + 1200 x g5 (Color15 to Trans), or + 1200 x g6 with
-// G read from bits 10..5 (Color15 to Light; a pair's carry never reaches bit 8).
+// Grey levels of every 16-bit pixel, as either element of a pair: bits 15..8 of 616 x
+// low + 232 x high + 600 x g6 (Color16), + 1200 x g5 (Color15 to Trans), or + 1200 x g6
+// from bits 10..5 (Color15 to Light; a pair's carry never reaches bit 8).
 uint32_t Grey16(uint32_t v, int) {
   return (616 * (v & 31) + 232 * (v >> 11) + 600 * (v >> 5 & 63)) >> 8 & 0xFF;
 }
@@ -496,6 +486,22 @@ TEST(Convert, GreyOfEveryPixel) {
                                                    {"Color15ToLight", Grey15G6}};
   for (uint32_t from : {0u, 1u})
     for (auto [name, want] : members) CheckTrip({{name}, want, 65535, from});
+}
+
+// Every 24-bit colour's grey level against (77 R + 150 G + 29 B) >> 8; the fourth byte
+// of Color32 plays no part.
+TEST(Convert, GreyOfEveryColour) {
+  const uint32_t chunk = 1 << 16;
+  std::vector<uint32_t> px(chunk);
+  std::vector<uint8_t> trans(chunk);
+  for (uint32_t base = 0; base < (1u << 24); base += chunk) {
+    for (uint32_t i = 0; i < chunk; ++i) px[i] = (base + i) | (i * 37) << 24;
+    RkBitConvertColor32ToTrans(trans.data(), px.data(), chunk);
+    for (uint32_t i = 0; i < chunk; ++i) {
+      uint32_t c = base + i;
+      ASSERT_EQ(trans[i], (77 * (c >> 16) + 150 * (c >> 8 & 0xFF) + 29 * (c & 0xFF)) >> 8) << c;
+    }
+  }
 }
 
 // Every member on four threads at once, each converting one shared source into its

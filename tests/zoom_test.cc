@@ -1,6 +1,5 @@
-// Nearest scaling: the differential driver over random surfaces and rectangles,
-// nearest sampling on rectangles the clip leaves whole, the stepping arithmetic,
-// and pinned vectors for the clip's single-precision and irregular results.
+// Nearest scaling: the differential driver, the stepping arithmetic, pinned vectors for
+// the clip's single-precision and irregular results, and whole rectangles sampled.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -24,8 +23,7 @@ int32_t Near(rkt::Rng &rng, int32_t lo, int32_t hi) {
   return static_cast<int32_t>(rng.Range(lo, hi));
 }
 
-// A source size for a destination size: the same, half, double (the common
-// ratios), anything, or out of range.
+// A source size for a destination size: the same, half, double, anything, or none.
 int32_t SourceSize(rkt::Rng &rng, int32_t d, int32_t room) {
   switch (rng.Range(0, 7)) {
     case 0:
@@ -60,8 +58,7 @@ std::string ZoomCase(rkt::Rng &rng) {
     layout = "shared buffer";
     src = rkt::Place(w, dbuf, ss, Bpp, rng.Range(0, room), WritesSrc);
   } else {
-    // Sources larger than the destination: the limits are the source's size times
-    // the factor, so enlargements draw little from small sources.
+    // Larger sources: the limits are the source's size times the factor.
     src = rkt::NewSurface(w, rng, rkt::RandomSpec(rng, Bpp, 2 * maxW, 3 * maxH), Bpp, WritesSrc);
   }
   // Mostly rectangles that draw something: positive sizes, starts near the corner.
@@ -123,8 +120,7 @@ struct Surf {
   uint8_t *At(int64_t x, int64_t y) { return bytes.data() + y * rec.pitch + x * bpp; }
 };
 
-// Runs a call at every level on copies of dst and src and compares with the wanted
-// surfaces.
+// Runs a call at every level on copies of dst and src, compared with the wanted ones.
 void Check(const char *what, ZoomFn fn, const Surf &dst, const Surf &src, RkRect dr, RkRect sr,
            const Surf &want, const Surf &wantSrc) {
   for (rk::Level level : rk::AvailableLevels()) {
@@ -215,9 +211,8 @@ TEST(Zoom, PinnedVectors) {
   Check("negative source width", &RkZoom16, dst, src, {0, 0, 4, 1}, {3, 0, 1, 1}, want, src);
 }
 
-// Rectangles the clip leaves whole are sampled nearest: the source rectangle's corner
-// kept at 0, 0 (so that the factor does not move it) and source sizes of at least half
-// the destination's (so that the limits stay out of the way).
+// Rectangles the clip leaves whole (the source's corner at 0, 0 and at least half the
+// destination's size, so that neither the factor nor the limits move them).
 TEST(Zoom, NearestSamplingOfWholeRectangles) {
   const std::pair<ZoomFn, int> members[] = {{&RkZoom16, 2}, {&RkZoom24, 3}, {&RkZoom32, 4}};
   for (auto [fn, bpp] : members) {
