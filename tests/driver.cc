@@ -63,22 +63,14 @@ struct BlitCase {
   std::string layout;
 };
 
-std::string Describe(const BlitCase &c, const BlitShape &sh) {
+std::string Describe(const BlitCase &c) {
   std::ostringstream o;
-  auto surf = [&](const char *n, const RkSurface &s) {
-    o << n << "{w " << s.width << " h " << s.height << " pitch " << s.pitch << "} ";
-  };
-  o << c.layout << ": ";
-  surf("dst", c.dst);
-  surf("src", c.src);
-  o << "dst(" << c.dstX << "," << c.dstY << ") src(" << c.srcX << "," << c.srcY << ") size "
-    << c.width << "x" << c.height;
-  if (sh.args == Args::kChannel || sh.args == Args::kChannelKey) {
-    o << " ";
-    surf("chan", c.chan);
-    o << "at (" << c.chX << "," << c.chY << ")";
-  }
-  o << " a " << c.a << " b 0x" << std::hex << c.b;
+  o << c.layout << ": dst, src, chan {w h pitch}; dstX dstY srcX srcY width height chX chY a b:";
+  for (int64_t v : {c.dst.width, c.dst.height, c.dst.pitch, c.src.width, c.src.height, c.src.pitch,
+                    c.chan.width, c.chan.height, c.chan.pitch, c.dstX, c.dstY, c.srcX, c.srcY,
+                    c.width, c.height, c.chX, c.chY})
+    o << " " << v;
+  o << " " << c.a << " 0x" << std::hex << c.b;
   return o.str();
 }
 
@@ -178,7 +170,7 @@ std::string RunBlitCase(const BlitEntry &e, Rng &rng) {
   BlitCall call{&c.dst,   c.dstX,  c.dstY, &c.src, c.srcX, c.srcY, c.width,
                 c.height, &c.chan, c.chX,  c.chY,  c.a,    c.b};
   std::string why = CompareLevels(w, [&] { CallBlit(e, call); });
-  return why.empty() ? why : why + "\n  case: " + Describe(c, sh);
+  return why.empty() ? why : why + "\n  case: " + Describe(c);
 }
 
 class DiffTest : public ::testing::Test {
