@@ -31,42 +31,28 @@ struct BlitCall {
   uint32_t a, b;  // level or opacity; keyColour
 };
 
+// The export called with its own parameter list after the common eight arguments.
+template <class... X>
+void CallAs(AnyExport fn, const BlitCall &c, X... x) {
+  using Fn = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                int32_t, int32_t, int32_t, X...);
+  reinterpret_cast<Fn>(fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height, x...);
+}
+
 inline void CallBlit(AnyExport fn, Args args, const BlitCall &c) {
-  using P = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                               int32_t, int32_t, int32_t);
-  using PA = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                int32_t, int32_t, int32_t, uint32_t);
-  using PAB = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                 int32_t, int32_t, int32_t, uint32_t, uint32_t);
-  using PC = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
-                                int32_t, int32_t, int32_t, const RkSurface *, int32_t, int32_t);
-  using PCK =
-      void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t, int32_t,
-                         int32_t, int32_t, const RkSurface *, int32_t, int32_t, uint32_t);
   switch (args) {
     case Args::kPlain:
-      reinterpret_cast<P>(fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height);
-      break;
+      return CallAs(fn, c);
     case Args::kA:
-      reinterpret_cast<PA>(fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                               c.a);
-      break;
+      return CallAs(fn, c, c.a);
     case Args::kKey:
-      reinterpret_cast<PA>(fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                               c.b);
-      break;
+      return CallAs(fn, c, c.b);
     case Args::kAKey:
-      reinterpret_cast<PAB>(fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                                c.a, c.b);
-      break;
+      return CallAs(fn, c, c.a, c.b);
     case Args::kChannel:
-      reinterpret_cast<PC>(fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                               c.chan, c.chX, c.chY);
-      break;
+      return CallAs(fn, c, c.chan, c.chX, c.chY);
     case Args::kChannelKey:
-      reinterpret_cast<PCK>(fn)(c.dst, c.dstX, c.dstY, c.src, c.srcX, c.srcY, c.width, c.height,
-                                c.chan, c.chX, c.chY, c.b);
-      break;
+      return CallAs(fn, c, c.chan, c.chX, c.chY, c.b);
   }
 }
 

@@ -9,22 +9,10 @@
 #include "module/dispatch.h"
 #include "rkpix.h"
 
-RKT_BLIT(RkLightWithChannel16, 2, rkt::Args::kChannel, 2);
-RKT_BLIT(RkLightWithChannel15, 2, rkt::Args::kChannel, 2);
-RKT_BLIT(RkLightWithChannel24, 3, rkt::Args::kChannel, 2);
-RKT_BLIT(RkLightWithChannel32, 4, rkt::Args::kChannel, 2);
-RKT_BLIT(RkDarkleWithChannel16, 2, rkt::Args::kChannel, 1);
-RKT_BLIT(RkDarkleWithChannel15, 2, rkt::Args::kChannel, 1);
-RKT_BLIT(RkDarkleWithChannel24, 3, rkt::Args::kChannel, 1);
-RKT_BLIT(RkDarkleWithChannel32, 4, rkt::Args::kChannel, 1);
-RKT_BLIT(RkMaskLightWithChannel16, 2, rkt::Args::kChannelKey, 2);
-RKT_BLIT(RkMaskLightWithChannel15, 2, rkt::Args::kChannelKey, 2);
-RKT_BLIT(RkMaskLightWithChannel24, 3, rkt::Args::kChannelKey, 2);
-RKT_BLIT(RkMaskLightWithChannel32, 4, rkt::Args::kChannelKey, 2);
-RKT_BLIT(RkMaskDarkleWithChannel16, 2, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskDarkleWithChannel15, 2, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskDarkleWithChannel24, 3, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskDarkleWithChannel32, 4, rkt::Args::kChannelKey, 1);
+RKT_BLIT_DEPTHS(RkLightWithChannel, rkt::Args::kChannel, 2);
+RKT_BLIT_DEPTHS(RkDarkleWithChannel, rkt::Args::kChannel, 1);
+RKT_BLIT_DEPTHS(RkMaskLightWithChannel, rkt::Args::kChannelKey, 2);
+RKT_BLIT_DEPTHS(RkMaskDarkleWithChannel, rkt::Args::kChannelKey, 1);
 
 namespace {
 
@@ -49,45 +37,24 @@ struct Pin {
   std::vector<uint32_t> src, chan, dst, want;
 };
 
-std::vector<uint8_t> Pack(const std::vector<uint32_t> &v, int n) {
-  std::vector<uint8_t> b;
-  for (uint32_t x : v) {
-    for (int j = 0; j < n; ++j) b.push_back(static_cast<uint8_t>(x >> (8 * j)));
-  }
-  return b;
-}
-std::vector<uint32_t> Unpack(const std::vector<uint8_t> &b, int n) {
-  std::vector<uint32_t> v(b.size() / static_cast<size_t>(n));
-  auto un = static_cast<size_t>(n);
-  for (size_t i = 0; i < b.size(); ++i) v[i / un] |= uint32_t{b[i]} << (8 * (i % un));
-  return v;
-}
-
 void RunPins(const std::vector<Pin> &pins) {
+  std::vector<rkt::Pin> all;
   for (const Pin &p : pins) {
-    auto cols = static_cast<int32_t>(p.src.size()) / p.rows;
-    auto ccols = static_cast<int32_t>(p.chan.size()) / p.rows;
-    ASSERT_EQ(p.want.size(), p.src.size()) << p.what;
-    for (rk::Level level : rk::AvailableLevels()) {
-      std::vector<uint8_t> s = Pack(p.src, p.bpp), d = Pack(p.same ? p.src : p.dst, p.bpp);
-      std::vector<uint8_t> c = Pack(p.chan, p.elem);
-      RkSurface ds{0, cols, p.rows, cols * p.bpp, 0, d.data()};
-      RkSurface ss{0, cols, p.rows, cols * p.bpp, 0, s.data()};
-      RkSurface cs{0, ccols, p.rows, ccols * p.elem, 0, c.data()};
-      const RkSurface *src = p.same ? &ds : &ss;
-      rk::Level saved = rk::UseLevel(level);
-      if (p.kfn) {
-        p.kfn(&ds, p.dx, 0, src, p.sx, 0, p.w, p.rows, &cs, p.cx, 0, p.key);
-      } else {
-        p.fn(&ds, p.dx, 0, src, p.sx, 0, p.w, p.rows, &cs, p.cx, 0);
-      }
-      rk::UseLevel(saved);
-      EXPECT_EQ(Unpack(d, p.bpp), p.want) << p.what << " (" << rk::LevelName(level) << ")";
-      if (!p.same) {
-        EXPECT_EQ(Unpack(s, p.bpp), p.src) << p.what << ": the source changed";
-      }
-    }
+    all.push_back({p.what,
+                   p.fn ? rkt::Export(p.fn) : rkt::Export(p.kfn),
+                   0,
+                   p.key,
+                   p.src,
+                   p.dst,
+                   p.want,
+                   p.chan,
+                   {},
+                   p.rows,
+                   {p.dx, 0, p.sx, 0, p.w, -1},
+                   p.cx,
+                   p.same});
   }
+  rkt::CheckPins(all);
 }
 
 // Values worked out by hand from the members' formulas. Columns: what, function,

@@ -5,6 +5,7 @@
 //   RKT_BLIT(RkTrans16, 2, rkt::Args::kA);                 // bytes a pixel, argument shape
 //   RKT_BLIT(RkTransWithChannel16, 2, rkt::Args::kChannel, 1);  // channel element size
 //   RKT_BLIT(RkLight24, 3, rkt::Args::kA, 0, true);        // writes into its source
+// or all four depths of a member at once: RKT_BLIT_DEPTHS(RkTrans, rkt::Args::kA).
 // Other shapes (conversions, zoom) register a case function with RKT_DIFF.
 #pragma once
 
@@ -54,6 +55,32 @@ uint32_t PlantKey(Rng &rng, const RkSurface &src, int bpp);
 // Registers one gtest per entry (called from main).
 void RegisterDiffTests();
 
+// A pinned call of a registered blit, checked at every level. Surfaces of `rows` rows
+// of src.size() / rows pixels, given as values (bytes 0.. from the lowest); the channel
+// plane's rows hold chan.size() / rows elements. `same`: the source is the destination
+// surface (holding `src`); `shift` (with `same`): the source record starts `shift`
+// bytes after the destination's (before, if negative), both one pixel narrower.
+struct Export {
+  AnyExport fn;
+  template <class F>
+  Export(F *f) : fn(reinterpret_cast<AnyExport>(f)) {}  // NOLINT: implicit by design
+};
+struct At {
+  int32_t dx = 0, dy = 0, sx = 0, sy = 0, w = -1, h = -1;  // -1: the surface's size
+};
+struct Pin {
+  const char *what;
+  Export fn;
+  uint32_t a, b;                                                  // level or opacity; keyColour
+  std::vector<uint32_t> src, dst, want, chan = {}, wantSrc = {};  // wantSrc {}: unchanged
+  int32_t rows = 1;
+  At at = {};
+  int32_t chX = 0;
+  bool same = false;
+  int shift = 0;
+};
+void CheckPins(const std::vector<Pin> &pins);
+
 }  // namespace rkt
 
 #define RKT_CAT_(a, b) a##b
@@ -61,5 +88,10 @@ void RegisterDiffTests();
 #define RKT_BLIT(fn, ...)                                         \
   static const bool RKT_CAT(rkt_blit_, fn) = ::rkt::RegisterBlit( \
       #fn, reinterpret_cast<::rkt::AnyExport>(&fn), ::rkt::BlitShape{__VA_ARGS__})
+#define RKT_BLIT_DEPTHS(fn, ...)    \
+  RKT_BLIT(fn##16, 2, __VA_ARGS__); \
+  RKT_BLIT(fn##15, 2, __VA_ARGS__); \
+  RKT_BLIT(fn##24, 3, __VA_ARGS__); \
+  RKT_BLIT(fn##32, 4, __VA_ARGS__)
 #define RKT_DIFF(name, fn, cases) \
   static const bool RKT_CAT(rkt_diff_, name) = ::rkt::RegisterDiff(#name, fn, cases)

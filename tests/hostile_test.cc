@@ -47,23 +47,14 @@ struct HostileSurface {
   ~HostileSurface() { munmap(map, mapSize); }
 };
 
+// Ordinary rows, pitch 0, pitch INT_MIN, no pixels, negative sizes, a huge negative
+// width, rows closer than their pixels.
 std::unique_ptr<HostileSurface> Make(rkt::Rng &rng, int elem) {
-  switch (rng.Range(0, 6)) {
-    case 0:
-      return std::make_unique<HostileSurface>(9, 3, 9 * elem, elem, rng);
-    case 1:
-      return std::make_unique<HostileSurface>(9, 4, 0, elem, rng);
-    case 2:
-      return std::make_unique<HostileSurface>(9, 1, INT_MIN, elem, rng);
-    case 3:
-      return std::make_unique<HostileSurface>(0, 3, 8, elem, rng);
-    case 4:
-      return std::make_unique<HostileSurface>(-5, -5, -8, elem, rng);
-    case 5:
-      return std::make_unique<HostileSurface>(INT_MIN, 2, 4, elem, rng);
-    default:
-      return std::make_unique<HostileSurface>(6, 5, -6 * elem - 2, elem, rng);
-  }
+  static const int32_t kShapes[][4] = {{9, 3, 9, 0},  {9, 4, 0, 0},    {9, 1, 0, INT_MIN},
+                                       {0, 3, 0, 8},  {-5, -5, 0, -8}, {INT_MIN, 2, 0, 4},
+                                       {6, 5, -6, -2}};  // width, height, pitch = a x elem + b
+  const int32_t *s = kShapes[rng.Range(0, 6)];
+  return std::make_unique<HostileSurface>(s[0], s[1], s[2] * elem + s[3], elem, rng);
 }
 
 int32_t Extreme(rkt::Rng &rng) {
@@ -82,23 +73,17 @@ uint32_t ExtremeU(rkt::Rng &rng) {
 // makes the starts that wrap around in the clipping arithmetic and still draw: the
 // "clipped" rectangle then lies far outside one surface.
 void Axis(rkt::Rng &rng, int32_t &d, int32_t &s, int32_t &size) {
-  switch (rng.Range(0, 3)) {
-    case 0:
-      d = Extreme(rng), s = Extreme(rng), size = Extreme(rng);
-      break;
-    case 1:
-      d = static_cast<int32_t>(rng.Range(-3, 10)), s = static_cast<int32_t>(rng.Range(-3, 10));
-      size = static_cast<int32_t>(rng.Range(-1, 12));
-      break;
-    case 2:  // the destination start wraps
-      d = INT_MAX - static_cast<int32_t>(rng.Range(0, 3));
-      s = -65536 - static_cast<int32_t>(rng.Range(0, 3));
-      size = INT_MAX;
-      break;
-    default:  // the source start wraps
-      d = -65536 - static_cast<int32_t>(rng.Range(0, 3));
-      s = INT_MAX - static_cast<int32_t>(rng.Range(0, 3));
-      size = INT_MAX;
+  auto r = [&](int64_t lo, int64_t hi) { return static_cast<int32_t>(rng.Range(lo, hi)); };
+  const int64_t kind = rng.Range(0, 3);
+  if (kind == 0) {
+    d = Extreme(rng), s = Extreme(rng), size = Extreme(rng);
+  } else if (kind == 1) {
+    d = r(-3, 10), s = r(-3, 10), size = r(-1, 12);
+  } else {  // the destination's start wraps, or the source's
+    int32_t &wraps = kind == 2 ? d : s, &other = kind == 2 ? s : d;
+    wraps = INT_MAX - r(0, 3);
+    other = -65536 - r(0, 3);
+    size = INT_MAX;
   }
 }
 

@@ -1,11 +1,10 @@
-// Concurrent calls: every registered blit runs on several threads at once, each
-// thread drawing into its own destination from one shared source and channel plane
-// (a private source for the members that write into theirs). Every destination must
-// equal what the same calls give on one thread. Run under ThreadSanitizer by the
-// tsan preset.
+// Concurrent calls: every registered blit and every scaler runs on several threads at
+// once, each thread drawing into its own destination from one shared source and
+// channel plane (a private source for the members that write into theirs). Every
+// destination must equal what the same calls give on one thread. Run under
+// ThreadSanitizer by the tsan preset.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -27,35 +26,23 @@ struct Image {
   Image(const Image &o) : bytes(o.bytes), rec(o.rec) { rec.pixels = bytes.data(); }
 };
 
-struct Plan {
-  std::vector<rkt::BlitCall> calls;  // dst, src and channel pointers filled in per run
-};
-
-Plan MakePlan(rkt::Rng &rng, uint32_t key) {
-  Plan p;
-  for (int i = 0; i < kCalls; ++i) {
-    rkt::BlitCall c{};
-    c.dstX = static_cast<int32_t>(rng.Range(-8, kW));
-    c.dstY = static_cast<int32_t>(rng.Range(-4, kH));
-    c.srcX = static_cast<int32_t>(rng.Range(-8, kW));
-    c.srcY = static_cast<int32_t>(rng.Range(-4, kH));
-    c.width = static_cast<int32_t>(rng.Range(0, kW));
-    c.height = static_cast<int32_t>(rng.Range(0, kH));
-    c.chX = static_cast<int32_t>(rng.Range(-2, 4));
-    c.chY = static_cast<int32_t>(rng.Range(-2, 4));
-    c.a = rkt::Param(rng);
-    c.b = key;
-    p.calls.push_back(c);
+// replay(t, dst, src) makes thread t's calls. Runs the threads one after another, then
+// all at once, and compares.
+template <class Replay>
+void Concurrently(const std::string &name, rkt::Rng &rng, int bpp, Image &src, bool writesSrc,
+                  Replay replay) {
+  std::vector<Image> dsts;
+  for (int t = 0; t < kThreads; ++t) dsts.emplace_back(kW, kH, bpp, rng);
+  std::vector<Image> want = dsts, wantSrc(kThreads, src), got = dsts, ownSrc(kThreads, src);
+  for (int t = 0; t < kThreads; ++t) replay(t, want[t], wantSrc[t]);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] { replay(t, got[t], writesSrc ? ownSrc[t] : src); });
   }
-  return p;
-}
-
-void Replay(const rkt::BlitEntry &e, const Plan &p, Image &dst, Image &src, const Image &chan) {
-  for (rkt::BlitCall c : p.calls) {
-    c.dst = &dst.rec;
-    c.src = &src.rec;
-    c.chan = &chan.rec;
-    rkt::CallBlit(e, c);
+  for (auto &th : threads) th.join();
+  for (int t = 0; t < kThreads; ++t) {
+    EXPECT_EQ(got[t].bytes, want[t].bytes) << name << " thread " << t;
+    EXPECT_TRUE(!writesSrc || ownSrc[t].bytes == wantSrc[t].bytes) << name << " source " << t;
   }
 }
 
@@ -63,40 +50,31 @@ TEST(Threads, ConcurrentCallsMatchOneThread) {
   for (const rkt::BlitEntry &e : rkt::BlitEntries()) {
     rkt::Rng rng(rkt::BaseSeed() ^ 0x7EAD);
     const int bpp = e.shape.bpp;
-    Image src(kW, kH, bpp, rng), chan(kW + 8, kH + 4, e.shape.chanElem ? e.shape.chanElem : 1, rng);
+    Image src(kW, kH, bpp, rng), chan(kW + 8, kH + 4, std::max(e.shape.chanElem, 1), rng);
     uint32_t key = rkt::PlantKey(rng, src.rec, bpp);
-    std::vector<Image> dsts;
-    std::vector<Plan> plans;
-    for (int t = 0; t < kThreads; ++t) {
-      dsts.emplace_back(kW, kH, bpp, rng);
-      plans.push_back(MakePlan(rng, key));
-    }
-    // One thread, one destination after another.
-    std::vector<Image> want = dsts, wantSrc(kThreads, src);
-    for (int t = 0; t < kThreads; ++t) Replay(e, plans[t], want[t], wantSrc[t], chan);
-    // All threads at once; a member that writes into its source gets its own copy.
-    std::vector<Image> got = dsts, ownSrc(kThreads, src);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-      threads.emplace_back(
-          [&, t] { Replay(e, plans[t], got[t], e.shape.writesSrc ? ownSrc[t] : src, chan); });
-    }
-    for (auto &th : threads) th.join();
-    for (int t = 0; t < kThreads; ++t) {
-      EXPECT_EQ(got[t].bytes, want[t].bytes) << e.name << " thread " << t;
-      if (e.shape.writesSrc) {
-        EXPECT_EQ(ownSrc[t].bytes, wantSrc[t].bytes) << e.name;
+    std::vector<std::vector<rkt::BlitCall>> plans(kThreads);
+    for (auto &plan : plans) {
+      for (int i = 0; i < kCalls; ++i) {
+        auto at = [&](int32_t lo, int32_t hi) { return static_cast<int32_t>(rng.Range(lo, hi)); };
+        plan.push_back(rkt::BlitCall{&src.rec, at(-8, kW), at(-4, kH), &src.rec, at(-8, kW),
+                                     at(-4, kH), at(0, kW), at(0, kH), &chan.rec, at(-2, 4),
+                                     at(-2, 4), rkt::Param(rng), key});
       }
     }
+    Concurrently(e.name, rng, bpp, src, e.shape.writesSrc, [&](int t, Image &dst, Image &from) {
+      for (rkt::BlitCall c : plans[t]) {
+        c.dst = &dst.rec;
+        c.src = &from.rec;
+        rkt::CallBlit(e, c);
+      }
+    });
   }
 }
 
-// The scalers: one shared source (a private one for RkZoom24, which stamps its
-// source), a destination and a list of rectangles per thread.
-using ZoomFn = void(RKPIX_CALL *)(const RkSurface *, const RkRect *, const RkSurface *,
-                                  const RkRect *);
-
+// The scalers: RkZoom24 stamps its source.
 TEST(Threads, ConcurrentZoomsMatchOneThread) {
+  using ZoomFn =
+      void(RKPIX_CALL *)(const RkSurface *, const RkRect *, const RkSurface *, const RkRect *);
   const struct {
     ZoomFn fn;
     int bpp;
@@ -105,33 +83,19 @@ TEST(Threads, ConcurrentZoomsMatchOneThread) {
   for (const auto &z : zooms) {
     rkt::Rng rng(rkt::BaseSeed() ^ 0x200A);
     Image src(kW, kH, z.bpp, rng);
-    std::vector<Image> dsts;
-    std::vector<std::vector<std::pair<RkRect, RkRect>>> rects(kThreads);
-    for (int t = 0; t < kThreads; ++t) {
-      dsts.emplace_back(kW, kH, z.bpp, rng);
-      for (int i = 0; i < kCalls; ++i) {
-        auto corner = [&](int32_t w, int32_t h) {
-          int32_t x = static_cast<int32_t>(rng.Range(-4, w)),
-                  y = static_cast<int32_t>(rng.Range(-4, h));
-          return RkRect{x, y, x + static_cast<int32_t>(rng.Range(0, w)),
-                        y + static_cast<int32_t>(rng.Range(0, h))};
-        };
-        rects[t].emplace_back(corner(kW, kH), corner(kW, kH));
+    std::vector<std::vector<RkRect>> rects(kThreads);
+    for (auto &list : rects) {
+      for (int i = 0; i < 2 * kCalls; ++i) {
+        auto x = static_cast<int32_t>(rng.Range(-4, kW)),
+             y = static_cast<int32_t>(rng.Range(-4, kH));
+        list.push_back(RkRect{x, y, x + static_cast<int32_t>(rng.Range(0, kW)),
+                              y + static_cast<int32_t>(rng.Range(0, kH))});
       }
     }
-    auto replay = [&](int t, Image &dst, Image &from) {
-      for (auto &[d, s] : rects[t]) z.fn(&dst.rec, &d, &from.rec, &s);
-    };
-    std::vector<Image> want = dsts, wantSrc(kThreads, src), got = dsts, ownSrc(kThreads, src);
-    for (int t = 0; t < kThreads; ++t) replay(t, want[t], wantSrc[t]);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-      threads.emplace_back([&, t] { replay(t, got[t], z.writesSrc ? ownSrc[t] : src); });
-    }
-    for (auto &th : threads) th.join();
-    for (int t = 0; t < kThreads; ++t) {
-      EXPECT_EQ(got[t].bytes, want[t].bytes) << "bpp " << z.bpp << " thread " << t;
-    }
+    Concurrently("zoom", rng, z.bpp, src, z.writesSrc, [&](int t, Image &dst, Image &from) {
+      for (int i = 0; i < kCalls; ++i)
+        z.fn(&dst.rec, &rects[t][2 * i], &from.rec, &rects[t][2 * i + 1]);
+    });
   }
 }
 

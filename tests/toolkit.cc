@@ -63,16 +63,7 @@ int64_t Rng::Range(int64_t lo, int64_t hi) {
 void Rng::Fill(uint8_t *p, size_t n) {
   for (size_t i = 0; i < n; ++i) {
     uint64_t r = Next();
-    switch (r & 7) {
-      case 0:
-        p[i] = 0;
-        break;
-      case 1:
-        p[i] = 0xFF;
-        break;
-      default:
-        p[i] = static_cast<uint8_t>(r >> 40);
-    }
+    p[i] = (r & 7) == 0 ? 0 : (r & 7) == 1 ? 0xFF : static_cast<uint8_t>(r >> 40);
   }
 }
 
@@ -141,27 +132,18 @@ SurfaceSpec RandomSpec(Rng &rng, int elem, int32_t maxW, int32_t maxH) {
   s.width = static_cast<int32_t>(rng.Chance(0.03) ? rng.Range(-3, 0) : rng.Range(1, maxW));
   s.height = static_cast<int32_t>(rng.Chance(0.03) ? rng.Range(-3, 0) : rng.Range(1, maxH));
   int32_t row = std::max(s.width, 0) * elem;
-  switch (rng.Range(0, 9)) {
-    case 0:
-    case 1:
-    case 2:
-      s.pitch = row;
-      break;
-    case 3:
-    case 4:
-    case 5:
-      s.pitch = row + static_cast<int32_t>(rng.Range(1, 16));
-      break;
-    case 6:
-    case 7:
-      s.pitch = -(row + static_cast<int32_t>(rng.Range(0, 8)));
-      break;
-    case 8:
-      s.pitch = static_cast<int32_t>(rng.Range(0, std::max(row - 1, 0)));
-      if (rng.Chance(0.3)) s.pitch = -s.pitch;
-      break;
-    default:
-      s.pitch = 0;
+  const int64_t mode = rng.Range(0, 9);
+  if (mode < 3) {
+    s.pitch = row;
+  } else if (mode < 6) {
+    s.pitch = row + static_cast<int32_t>(rng.Range(1, 16));
+  } else if (mode < 8) {
+    s.pitch = -(row + static_cast<int32_t>(rng.Range(0, 8)));
+  } else if (mode == 8) {
+    s.pitch = static_cast<int32_t>(rng.Range(0, std::max(row - 1, 0)));
+    if (rng.Chance(0.3)) s.pitch = -s.pitch;
+  } else {
+    s.pitch = 0;
   }
   return s;
 }

@@ -42,9 +42,8 @@ class Rng {
 uint64_t BaseSeed();
 int CaseCount(int defaultCount);
 
-// Memory for a test buffer: plain heap bytes, or bytes placed flush against an
-// inaccessible page (after the last byte, or before the first) so that any access
-// past that end faults at once. The address never moves.
+// Heap bytes, or bytes flush against an inaccessible page (after the last byte, or
+// before the first) so that an access past that end faults at once. They never move.
 class Bytes {
  public:
   enum Guard { kNone, kGuardAfter, kGuardBefore };
@@ -66,10 +65,8 @@ class Bytes {
   size_t mapSize_ = 0;
 };
 
-// A set of byte buffers that calls read and write. `allowed` lists, per buffer, the
-// byte ranges a call may change; everything else must keep its first contents. With
-// `guard` set, every new buffer sits against an inaccessible page and surfaces get
-// no margins, so the bytes just outside a surface fault.
+// The buffers calls read and write; `allowed`: the byte ranges a call may change. With
+// `guard` set, new buffers sit against an inaccessible page and surfaces get no margins.
 struct World {
   struct Buffer {
     Bytes bytes;
@@ -89,9 +86,7 @@ struct World {
   }
 };
 
-// Places a surface of `elem`-byte elements in a new buffer with random margins,
-// fills it with random bytes and returns the record. `pitchMode` chooses the pitch:
-// 0 exact, 1 padded, 2 negative (bottom-up), 3 smaller than a row, 4 zero.
+// A surface's size and pitch (exact, padded, negative, smaller than a row, or 0).
 struct SurfaceSpec {
   int32_t width, height, pitch;
 };
@@ -106,10 +101,9 @@ RkSurface Place(World &w, int buf, const SurfaceSpec &s, int elem, int64_t at, b
 RkSurface NewSurface(World &w, Rng &rng, const SurfaceSpec &s, int elem, bool writable,
                      int *bufOut = nullptr);
 
-// Runs `call` once per available level on identical copies of the world and
-// compares every byte with the reference level's result; also checks that the
-// reference changed nothing outside the allowed ranges. Returns "" or a report of
-// the first difference.
+// Runs `call` at every level on copies of the world, each compared byte for byte with
+// the reference level's result, which must change nothing outside the allowed ranges.
+// Returns "" or a report of the first difference.
 std::string CompareLevels(World &w, const std::function<void()> &call);
 
 // Levels this binary and CPU run, for the report.

@@ -2,31 +2,13 @@
 // formulas against the exact rule, and pinned rows for the irregular results.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <functional>
-#include <vector>
-
 #include "driver.h"
-#include "rkpix.h"
-#include "toolkit.h"
 #include "trans/blend.h"
 
-RKT_BLIT(RkTrans16, 2, rkt::Args::kA);
-RKT_BLIT(RkTrans15, 2, rkt::Args::kA);
-RKT_BLIT(RkTrans24, 3, rkt::Args::kA);
-RKT_BLIT(RkTrans32, 4, rkt::Args::kA);
-RKT_BLIT(RkMaskTrans16, 2, rkt::Args::kAKey);
-RKT_BLIT(RkMaskTrans15, 2, rkt::Args::kAKey);
-RKT_BLIT(RkMaskTrans24, 3, rkt::Args::kAKey);
-RKT_BLIT(RkMaskTrans32, 4, rkt::Args::kAKey);
-RKT_BLIT(RkTransWithChannel16, 2, rkt::Args::kChannel, 1);
-RKT_BLIT(RkTransWithChannel15, 2, rkt::Args::kChannel, 1);
-RKT_BLIT(RkTransWithChannel24, 3, rkt::Args::kChannel, 1);
-RKT_BLIT(RkTransWithChannel32, 4, rkt::Args::kChannel, 1);
-RKT_BLIT(RkMaskTransWithChannel16, 2, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskTransWithChannel15, 2, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskTransWithChannel24, 3, rkt::Args::kChannelKey, 1);
-RKT_BLIT(RkMaskTransWithChannel32, 4, rkt::Args::kChannelKey, 1);
+RKT_BLIT_DEPTHS(RkTrans, rkt::Args::kA);
+RKT_BLIT_DEPTHS(RkMaskTrans, rkt::Args::kAKey);
+RKT_BLIT_DEPTHS(RkTransWithChannel, rkt::Args::kChannel, 1);
+RKT_BLIT_DEPTHS(RkMaskTransWithChannel, rkt::Args::kChannelKey, 1);
 
 namespace {
 
@@ -38,331 +20,100 @@ int32_t Exact(int32_t s, int32_t d, int32_t w, int32_t den) {
   return d + (p >= 0 ? p / den : -((-p + den - 1) / den));
 }
 
-template <class F>
-uint32_t ExactPixel(uint32_t s, uint32_t d, int32_t w) {
-  auto f = [&](uint32_t mask, int shift) {
-    return static_cast<uint32_t>(Exact(static_cast<int32_t>((s & mask) >> shift),
-                                       static_cast<int32_t>((d & mask) >> shift), w, 32))
-           << shift;
-  };
-  return f(F::kR, F::kRShift) | f(F::kG, F::kGShift) | f(F::kB, 0);
-}
-
-// For weights 0..31 both 16-bit forms give the exact rule (bit 15 clear at 5-5-5);
-// the unmasked blue lanes add their stray bits exactly when blue goes down.
+// For weights 0..31 both 16-bit forms give the exact rule on each field (bit 15 clear
+// at 5-5-5); the unmasked blue lanes add their stray bits exactly when blue goes down.
 template <class F>
 void CheckForms(rkt::Rng &rng) {
   for (int i = 0; i < 20000; ++i) {
     uint32_t s = rng.U32() & 0xFFFF, d = rng.U32() & 0xFFFF;
     if (tr::kIs15<F>) s &= 0x7FFF, d &= 0x7FFF;
     auto w = static_cast<uint16_t>(rng.Range(0, 31));
-    uint32_t want = ExactPixel<F>(s, d, w);
-    bool down = (s & 0x1F) < (d & 0x1F) && w > 0;
+    uint32_t want = 0;
+    for (auto [mask, shift] : {std::pair{F::kR, F::kRShift}, {F::kG, F::kGShift}, {F::kB, 0}}) {
+      want |= static_cast<uint32_t>(Exact(static_cast<int32_t>((s & mask) >> shift),
+                                          static_cast<int32_t>((d & mask) >> shift), w, 32))
+              << shift;
+    }
+    uint32_t down = (s & 0x1F) < (d & 0x1F) && w > 0;
     auto ls = static_cast<uint16_t>(s), ld = static_cast<uint16_t>(d);
     ASSERT_EQ(tr::SingleBlend<F>(s, d, w), want) << std::hex << s << " " << d << " w " << w;
     ASSERT_EQ(tr::LaneBlend<F>(ls, ld, w), want) << std::hex << s << " " << d << " w " << w;
-    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAdd16>(ls, ld, w)), want | (down ? 0x0800u : 0u));
-    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAddBytes>(ls, ld, w)), want | (down ? 0x0700u : 0u));
-    // The same, against the unmasked additions done literally on the shifted product.
-    uint32_t q = ((((s & 0x1F) - (d & 0x1F)) * w) & 0xFFFF) >> 5, db = d & 0x1F;
-    uint32_t rg = want & ~0x1Fu;
-    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAdd16>(ls, ld, w)), rg | ((q + db) & 0xFFFF));
-    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAddBytes>(ls, ld, w)),
-              rg | (q & 0xFF00) | ((q + db) & 0xFF));
+    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAdd16>(ls, ld, w)), want | down * 0x0800u);
+    ASSERT_EQ((tr::LaneBlend<F, tr::Blue::kAddBytes>(ls, ld, w)), want | down * 0x0700u);
   }
 }
 
-TEST(TransForms, SixteenBitFormsFollowTheExactRule) {
+TEST(TransForms, SixteenBitFormsAndByteRuleFollowTheExactRule) {
   rkt::Rng rng(rkt::BaseSeed());
   CheckForms<rk::Color16>(rng);
   CheckForms<rk::Color15>(rng);
-}
-
-// The byte rule is the exact rule for weights 0..256 (256 copies); the two-byte
-// lane form is the byte rule on each byte, for every weight the fast rows may meet.
-TEST(TransForms, ByteRuleAndItsTwoByteLane) {
+  // The byte rule is the exact rule for weights 0..255; 256 copies.
   for (int32_t w = 0; w <= 256; ++w)
     for (int32_t s = 0; s < 256; s += 3)
       for (int32_t d = 0; d < 256; d += 5) {
-        int32_t want = w == 256 ? s : Exact(s, d, w, 256);
-        ASSERT_EQ(tr::ByteBlend(static_cast<uint8_t>(s), static_cast<uint8_t>(d),
-                                static_cast<uint16_t>(w)),
-                  want)
+        ASSERT_EQ(tr::ByteBlend(uint8_t(s), uint8_t(d), uint16_t(w)),
+                  w == 256 ? s : Exact(s, d, w, 256))
             << s << " " << d << " w " << w;
       }
-  rkt::Rng rng(rkt::BaseSeed());
-  for (int i = 0; i < 100000; ++i) {
-    auto s = static_cast<uint16_t>(rng.U32()), d = static_cast<uint16_t>(rng.U32()),
-         w = static_cast<uint16_t>(rng.U32() >> (rng.U32() & 15));
-    auto byte = [&](int k) { return tr::ByteBlend(uint8_t(s >> 8 * k), uint8_t(d >> 8 * k), w); };
-    ASSERT_EQ(tr::HalfBlend(s, d, w), byte(0) | byte(1) << 8) << s << " " << d << " w " << w;
-  }
 }
 
-// Pinned rows: one-row surfaces, the call at (0, 0) with the row's width, at every
-// level. Pixels are given as values (16 bits, or bytes B, G, R[, fourth] as a word).
-using Op = std::function<void(const RkSurface *, const RkSurface *, const RkSurface *, int32_t)>;
-
-template <class Fn, class... X>
-Op Call(Fn fn, X... extra) {  // (..., opacity[, keyColour])
-  return [=](const RkSurface *d, const RkSurface *s, const RkSurface *, int32_t w) {
-    fn(d, 0, 0, s, 0, 0, w, 1, extra...);
-  };
-}
-template <class Fn, class... X>
-Op CallChan(Fn fn, X... extra) {  // (..., channel, 0, 0[, keyColour])
-  return [=](const RkSurface *d, const RkSurface *s, const RkSurface *c, int32_t w) {
-    fn(d, 0, 0, s, 0, 0, w, 1, c, 0, 0, extra...);
-  };
-}
-
-struct Pin {
-  const char *what;
-  int bpp;
-  Op op;
-  std::vector<uint32_t> src, dst, want, chan = {};
-};
-
-std::vector<uint8_t> Pack(const std::vector<uint32_t> &px, int bpp) {
-  std::vector<uint8_t> b(px.size() * static_cast<size_t>(bpp));
-  for (size_t i = 0; i < px.size(); ++i)
-    for (int k = 0; k < bpp; ++k) b[i * bpp + k] = static_cast<uint8_t>(px[i] >> 8 * k);
-  return b;
-}
-
-void RunPins(const std::vector<Pin> &pins) {
-  for (const Pin &p : pins) {
-    auto w = static_cast<int32_t>(p.dst.size());
-    std::vector<uint8_t> src = Pack(p.src, p.bpp), want = Pack(p.want, p.bpp);
-    std::vector<uint8_t> chan(p.chan.begin(), p.chan.end());
-    auto cw = static_cast<int32_t>(chan.size());
-    for (rk::Level level : rk::AvailableLevels()) {
-      std::vector<uint8_t> dst = Pack(p.dst, p.bpp);
-      RkSurface d{0, w, 1, w * p.bpp, 0, dst.data()}, s{0, w, 1, w * p.bpp, 0, src.data()};
-      RkSurface c{0, cw, 1, cw, 0, chan.data()};
-      rk::Level saved = rk::UseLevel(level);
-      p.op(&d, &s, &c, w);
-      rk::UseLevel(saved);
-      EXPECT_EQ(dst, want) << p.what << " (level " << rk::LevelName(level) << ")";
-    }
-  }
-}
-
-const uint32_t K = 0x1234;  // a key colour
-
-// clang-format off
-TEST(TransPins, Uniform) {
-  RunPins({
-    {"255 of 32 is not opaque: lone pixel", 2, Call(RkTrans16, 255), {0xFFFF}, {0}, {0xF7BE}},
-    {"255 of 32 is not opaque: group", 2, Call(RkTrans16, 255),
-     {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}, {0, 0, 0, 0}, {0xF7BE, 0xF7BE, 0xF7BE, 0xF7BE}},
-    {"opacity below 8 returns", 2, Call(RkTrans16, 7), {0xFFFF, 0xFFFF}, {1, 2}, {1, 2}},
-    {"opacity below 8 returns at 5-5-5", 2, Call(RkTrans15, 7), {0xFFFF}, {0x8001}, {0x8001}},
+// Pixels are values: 16 bits, or bytes B, G, R[, fourth] from the lowest.
+TEST(Trans, Pins) {
+  const uint32_t K = 0x1234, M = 0xF81F, F = 0xFFFF, H = 0xF7BE;  // H: F over 0 at 31 of 32
+  const uint32_t S = 0x8123, X = 0x80FFFFFF, Y = 0x12FF00FF;      // Y: colour 0xFF00FF
+  // clang-format off
+  rkt::CheckPins({
+    {"255 of 32 is not opaque", RkTrans16, 255, 0, {F, F, F, F, F}, {0, 0, 0, 0, 0}, {H, H, H, H, H}},
+    {"opacity below 8 returns", RkTrans15, 7, 0, {F}, {0x8001}, {0x8001}},
     // A bit 15 that differs adds (ts - td) * weight to red in pairs and groups; the
     // lone pixel ignores it. Written pixels lose bit 15.
-    {"15: pair, red bit-15 effect", 2, Call(RkTrans15, 128), {0x8000, 0x8000}, {0, 0}, {0x4000, 0x4000}},
-    {"15: group, both sides", 2, Call(RkTrans15, 255),
-     {0x8000, 0, 0x8000, 0}, {0, 0x8000, 0x8000, 0}, {0x7C00, 0x0400, 0, 0}},
-    {"15: lone pixel ignores bit 15", 2, Call(RkTrans15, 128), {0x8000}, {0x8000}, {0}},
-    {"15: width 3, pair and lone pixel differ", 2, Call(RkTrans15, 128),
-     {0x8000, 0x8000, 0x8000}, {0, 0, 0}, {0x4000, 0x4000, 0}},
-    {"24: floor of 127.5 both ways", 3, Call(RkTrans24, 128), {0x00FF00}, {0xFF00FF}, {0x7F7F7F}},
-    {"24: opacity 256 copies", 3, Call(RkTrans24, 256), {0x123456}, {0xABCDEF}, {0x123456}},
+    {"15: group, both sides", RkTrans15, 255, 0, {0x8000, 0, 0x8000, 0}, {0, 0x8000, 0x8000, 0}, {0x7C00, 0x0400, 0, 0}},
+    {"15: pair and lone pixel differ", RkTrans15, 128, 0, {0x8000, 0x8000, 0x8000}, {0, 0, 0}, {0x4000, 0x4000, 0}},
+    {"24: floor of 127.5 both ways", RkTrans24, 128, 0, {0x00FF00}, {0xFF00FF}, {0x7F7F7F}},
     // Pairs blend the fourth byte; the lone last pixel gets 0 there.
-    {"32: width 3", 4, Call(RkTrans32, 128), {0x80FF00FF, 0x80FF00FF, 0x80FF00FF},
-     {0x0000FF00, 0x0000FF00, 0x0000FF00}, {0x407F7F7F, 0x407F7F7F, 0x007F7F7F}},
-    {"32: opacity 256 copies, lone fourth byte 0", 4, Call(RkTrans32, 256),
-     {0x11223344, 0x55667788, 0x99AABBCC}, {0, 0, 0}, {0x11223344, 0x55667788, 0x00AABBCC}},
-    {"32: opacity 0 returns", 4, Call(RkTrans32, 0), {0x11223344}, {0xAB000000}, {0xAB000000}},
-  });
-}
-
-TEST(TransPins, Keyed) {
-  RunPins({
-    // The 16-bit pair step reads the destination in place of the source.
-    {"16: width 2 keeps its destination", 2, Call(RkMaskTrans16, 255, K), {0xFFFF, 0xFFFF}, {0, 0}, {0, 0}},
-    {"16: width 3 blends the lone pixel only", 2, Call(RkMaskTrans16, 255, K),
-     {0xFFFF, 0xFFFF, 0xFFFF}, {0, 0, 0}, {0, 0, 0xF7BE}},
-    {"16: width 6 keeps the pair after the group", 2, Call(RkMaskTrans16, 255, K),
-     {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}, {0, 0, 0, 0, 0, 0},
-     {0xF7BE, 0xF7BE, 0xF7BE, 0xF7BE, 0, 0}},
-    {"16: key pixel inside a group", 2, Call(RkMaskTrans16, 255, K),
-     {0xFFFF, K, 0xFFFF, 0xFFFF}, {0, 0x8001, 0, 0}, {0xF7BE, 0x8001, 0xF7BE, 0xF7BE}},
-    {"16: opacity below 8 returns", 2, Call(RkMaskTrans16, 7, K), {0xFFFF}, {0}, {0}},
+    {"32: width 3", RkTrans32, 128, 0, {0x80FF00FF, 0x80FF00FF, 0x80FF00FF}, {0xFF00, 0xFF00, 0xFF00}, {0x407F7F7F, 0x407F7F7F, 0x007F7F7F}},
+    {"32: opacity 0 returns", RkTrans32, 0, 0, {0x11223344}, {0xAB000000}, {0xAB000000}},
+    // The 16-bit keyed pair step reads the destination in place of the source.
+    {"16 keyed: group, pair kept, lone pixel", RkMaskTrans16, 255, K, {F, F, F, F, F, F, F}, {0, 0, 0, 0, 0, 0, 0}, {H, H, H, H, 0, 0, H}},
+    {"16 keyed: key pixel inside a group", RkMaskTrans16, 255, K, {F, K, F, F}, {0, 0x8001, 0, 0}, {H, 0x8001, H, H}},
     // At 5-5-5 a key pixel written back with weight 0 loses bit 15; one not written keeps it.
-    {"15: mixed group", 2, Call(RkMaskTrans15, 128, K), {K, 0, K, K},
-     {0x8001, 0x8000, 0x8002, 0x8003}, {0x0001, 0x4000, 0x0002, 0x0003}},
-    {"15: group of keys not written", 2, Call(RkMaskTrans15, 128, K), {K, K, K, K},
-     {0x8001, 0x8002, 0x8003, 0x8004}, {0x8001, 0x8002, 0x8003, 0x8004}},
-    {"15: lone key pixel skipped", 2, Call(RkMaskTrans15, 128, K), {K}, {0x8001}, {0x8001}},
-    {"15: the pair reads the source", 2, Call(RkMaskTrans15, 255, K), {K, 0x7FFF}, {0x8005, 0}, {0x0005, 0x7BDE}},
-    {"15: the key includes bit 15", 2, Call(RkMaskTrans15, 255, 0x9234), {0x1234}, {0}, {0x0E13}},
-    {"24: key bits above 24 ignored", 3, Call(RkMaskTrans24, 128, 0xFF123456),
-     {0x123456, 0xFFFFFF, 0x123456}, {0, 0, 0}, {0, 0x7F7F7F, 0}},
+    {"15 keyed: mixed group", RkMaskTrans15, 128, K, {K, 0, K, K}, {0x8001, 0x8000, 0x8002, 0x8003}, {0x0001, 0x4000, 0x0002, 0x0003}},
+    {"15 keyed: group of keys and lone key not written", RkMaskTrans15, 128, K, {K, K, K, K, K}, {0x8001, 0x8002, 0x8003, 0x8004, 0x8005}, {0x8001, 0x8002, 0x8003, 0x8004, 0x8005}},
+    {"15 keyed: the pair reads the source", RkMaskTrans15, 255, K, {K, 0x7FFF}, {0x8005, 0}, {0x0005, 0x7BDE}},
+    {"15 keyed: the key includes bit 15", RkMaskTrans15, 255, 0x9234, {0x1234}, {0}, {0x0E13}},
+    {"24 keyed: key bits above 24 ignored", RkMaskTrans24, 128, 0xFF123456, {0x123456, 0xFFFFFF, 0x123456}, {0, 0, 0}, {0, 0x7F7F7F, 0}},
     // At 32 bits a pixel blended alone gets 0 in its fourth byte; the key ignores it.
-    {"32: partner is the key", 4, Call(RkMaskTrans32, 128, 0x00FF00FF),
-     {0x80FFFFFF, 0x12FF00FF}, {0x40000000, 0x55667788}, {0x007F7F7F, 0x55667788}},
-    {"32: a pair blends its fourth bytes", 4, Call(RkMaskTrans32, 128, 0x00FF00FF),
-     {0x80FFFFFF, 0x80FFFFFF}, {0, 0}, {0x407F7F7F, 0x407F7F7F}},
-    {"32: opacity 0 returns", 4, Call(RkMaskTrans32, 0, 0), {0x80FFFFFF}, {0x40000000}, {0x40000000}},
-  });
-}
-
-TEST(TransPins, Channel) {
-  const uint32_t S = 0x8123;
-  RunPins({
-    // Unmasked blue lanes: a borrow leaves bit 11 set in pairs, bits 8..10 in groups.
-    {"16: pair, stray bit 11", 2, CallChan(RkTransWithChannel16), {0, 0}, {0x1F, 0x1F}, {0x0800, 0x0800}, {255, 255}},
-    {"16: group, stray bits 8..10", 2, CallChan(RkTransWithChannel16), {0, 0, 0, 0},
-     {0x1F, 0x1F, 0x1F, 0x1F}, {0x0700, 0x0700, 0x0700, 0x0700}, {255, 255, 255, 255}},
-    {"16: lone pixel exact", 2, CallChan(RkTransWithChannel16), {0}, {0x1F}, {0}, {255}},
-    {"15: group, pair, lone pixel", 2, CallChan(RkTransWithChannel15), {0, 0, 0, 0, 0, 0, 0},
-     {0x1F, 0x1F, 0x1F, 0x1F, 0x1F, 0x1F, 0x1F}, {0x0700, 0x0700, 0x0700, 0x0700, 0x0800, 0x0800, 0},
-     {255, 255, 255, 255, 255, 255, 255}},
-    {"16: weight c >> 3 of 32, per pixel", 2, CallChan(RkTransWithChannel16),
-     {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}, {0, 0, 0, 0}, {0, 0x0020, 0x7BEF, 0xF7BE}, {7, 8, 128, 255}},
-    // Weight 0 rewrites a 5-5-5 pixel without bit 15, in every unit.
-    {"15: channel below 8 clears bit 15", 2, CallChan(RkTransWithChannel15),
-     {S, S, S, S, S, S, S}, {S, S, S, S, S, S, S},
-     {0x0123, 0x0123, 0x0123, 0x0123, 0x0123, 0x0123, 0x0123}, {0, 7, 0, 7, 0, 7, 0}},
-    {"15: red bit-15 effect in the pair only", 2, CallChan(RkTransWithChannel15),
-     {0x8000, 0x8000, 0x8000}, {0, 0, 0}, {0x4000, 0x4000, 0}, {128, 128, 128}},
-    {"24: weight c of 256, per pixel", 3, CallChan(RkTransWithChannel24),
-     {0xFFFFFF, 0xFFFFFF, 0xFFFFFF}, {0, 0, 0}, {0x7F7F7F, 0xFEFEFE, 0}, {128, 255, 1}},
-    {"32: channel 0 still clears the lone fourth byte", 4, CallChan(RkTransWithChannel32),
-     {0x11223344, 0x11223344, 0x11223344}, {0xAB112233, 0xAB112233, 0xAB112233},
-     {0xAB112233, 0xAB112233, 0x00112233}, {0, 0, 0}},
-    {"32: pairs blend the fourth byte with their own c", 4, CallChan(RkTransWithChannel32),
-     {0xFF000000, 0xFF000000}, {0, 0}, {0x7F000000, 0xFE000000}, {128, 255}},
-  });
-}
-
-TEST(TransPins, ChannelKeyed) {
-  const uint32_t M = 0xF81F;
-  RunPins({
+    {"32 keyed: partner is the key; a pair", RkMaskTrans32, 128, 0xFF00FF, {X, Y, X, X}, {0x40000000, 0x55667788, 0, 0}, {0x007F7F7F, 0x55667788, 0x407F7F7F, 0x407F7F7F}},
+    // Unmasked blue lanes: a borrow leaves bits 8..10 set in groups, bit 11 in pairs.
+    {"15 channel: group, pair, lone pixel", RkTransWithChannel15, 0, 0, {0, 0, 0, 0, 0, 0, 0}, {0x1F, 0x1F, 0x1F, 0x1F, 0x1F, 0x1F, 0x1F}, {0x0700, 0x0700, 0x0700, 0x0700, 0x0800, 0x0800, 0}, {255, 255, 255, 255, 255, 255, 255}},
+    {"16 channel: weight c >> 3 of 32", RkTransWithChannel16, 0, 0, {F, F, F, F}, {0, 0, 0, 0}, {0, 0x0020, 0x7BEF, H}, {7, 8, 128, 255}},
+    {"15 channel: weight 0 clears bit 15 in every unit", RkTransWithChannel15, 0, 0, {S, S, S, S, S, S, S}, {S, S, S, S, S, S, S}, {0x0123, 0x0123, 0x0123, 0x0123, 0x0123, 0x0123, 0x0123}, {0, 7, 0, 7, 0, 7, 0}},
+    {"24 channel: weight c of 256", RkTransWithChannel24, 0, 0, {0xFFFFFF, 0xFFFFFF, 0xFFFFFF}, {0, 0, 0}, {0x7F7F7F, 0xFEFEFE, 0}, {128, 255, 1}},
+    {"32 channel: pairs blend the fourth byte; c 0 clears the lone one", RkTransWithChannel32, 0, 0, {0xFF000000, 0xFF000000, 0x11223344}, {0, 0, 0xAB112233}, {0x7F000000, 0xFE000000, 0x00112233}, {128, 255, 0}},
     // The masked members mask their blue lanes: no stray bits.
-    {"16: pair, no stray bit, key pixel kept", 2, CallChan(RkMaskTransWithChannel16, M),
-     {0, M}, {0x1F, 0x1234}, {0, 0x1234}, {255, 255}},
-    {"16: group, no stray bits", 2, CallChan(RkMaskTransWithChannel16, M), {0, 0, 0, 0},
-     {0x1F, 0x1F, 0x1F, 0x1F}, {0, 0, 0, 0}, {255, 255, 255, 255}},
-    {"16: group of keys not written", 2, CallChan(RkMaskTransWithChannel16, M), {M, M, M, M},
-     {1, 2, 3, 4}, {1, 2, 3, 4}, {255, 255, 255, 255}},
-    {"15: key in a mixed pair loses bit 15; lone key kept", 2, CallChan(RkMaskTransWithChannel15, K),
-     {K, 0x8000, K}, {0x8001, 0, 0x8002}, {0x0001, 0x4000, 0x8002}, {255, 128, 255}},
-    {"15: group of keys keeps bit 15", 2, CallChan(RkMaskTransWithChannel15, K), {K, K, K, K},
-     {0x8001, 0x8002, 0x8003, 0x8004}, {0x8001, 0x8002, 0x8003, 0x8004}, {255, 255, 255, 255}},
-    {"24: key bits above 24 ignored, own channel byte", 3, CallChan(RkMaskTransWithChannel24, 0xFF123456),
-     {0x123456, 0xFFFFFF, 0xFFFFFF}, {0xABCDEF, 0, 0}, {0xABCDEF, 0xFEFEFE, 0x7F7F7F}, {255, 255, 128}},
-    {"32: lone pixel at channel 0 gets fourth byte 0", 4, CallChan(RkMaskTransWithChannel32, 0),
-     {0x11223344}, {0xAB112233}, {0x00112233}, {0}},
-    {"32: pair with one key: the other alone", 4, CallChan(RkMaskTransWithChannel32, 0x00FF00FF),
-     {0x12FF00FF, 0x80FFFFFF}, {0x55667788, 0x40000000}, {0x55667788, 0x00FEFEFE}, {255, 255}},
-    {"32: pair of non-keys blends fourth bytes", 4, CallChan(RkMaskTransWithChannel32, 0x00FF00FF),
-     {0x80FFFFFF, 0x80FFFFFF}, {0, 0}, {0x407F7F7F, 0x7FFEFEFE}, {128, 255}},
+    {"16 channel keyed: no stray bits, key pixel kept", RkMaskTransWithChannel16, 0, M, {0, 0, 0, 0, 0, M}, {0x1F, 0x1F, 0x1F, 0x1F, 0x1F, 0x1234}, {0, 0, 0, 0, 0, 0x1234}, {255, 255, 255, 255, 255, 255}},
+    {"15 channel keyed: key in a mixed pair loses bit 15; lone key kept", RkMaskTransWithChannel15, 0, K, {K, 0x8000, K}, {0x8001, 0, 0x8002}, {0x0001, 0x4000, 0x8002}, {255, 128, 255}},
+    {"15 channel keyed: group of keys keeps bit 15", RkMaskTransWithChannel15, 0, K, {K, K, K, K}, {0x8001, 0x8002, 0x8003, 0x8004}, {0x8001, 0x8002, 0x8003, 0x8004}, {255, 255, 255, 255}},
+    {"24 channel keyed: key bits above 24 ignored", RkMaskTransWithChannel24, 0, 0xFF123456, {0x123456, 0xFFFFFF, 0xFFFFFF}, {0xABCDEF, 0, 0}, {0xABCDEF, 0xFEFEFE, 0x7F7F7F}, {255, 255, 128}},
+    {"32 channel keyed: pair, pair with one key, lone pixel", RkMaskTransWithChannel32, 0, 0xFF00FF, {X, X, Y, X, 0x11223344}, {0, 0, 0x55667788, 0x40000000, 0xAB112233}, {0x407F7F7F, 0x7FFEFEFE, 0x55667788, 0x00FEFEFE, 0x00112233}, {128, 255, 255, 255, 0}},
+    // The plane holds the whole clipped rectangle or nothing is drawn; its position
+    // moves with the left clip; column -1 lies outside the plane's memory: weight 0.
+    {"channel one column short", RkTransWithChannel24, 0, 0, {0xFFFFFF, 0xFFFFFF}, {0, 0}, {0, 0}, {128}},
+    {"channel moved one column too far", RkTransWithChannel24, 0, 0, {0xFFFFFF, 0xFFFFFF}, {0, 0}, {0, 0}, {128, 255}, {}, 1, {}, 1},
+    {"left clip moves the plane", RkTransWithChannel24, 0, 0, {0xFFFFFF, 0xFFFFFF, 0xFFFFFF}, {0, 0, 0}, {0xFEFEFE, 0x3F3F3F, 0}, {128, 255, 64}, {}, 1, {-1, 0, 0, 0, 3, 1}},
+    {"channel column -1", RkTransWithChannel24, 0, 0, {0xFFFFFF, 0xFFFFFF, 0xFFFFFF}, {0, 0, 0}, {0, 0x7F7F7F, 0xFEFEFE}, {128, 255, 64}, {}, 1, {}, -1},
+    // One row blended onto itself one pixel right: the 16-bit units run right to
+    // left (lone pixel, pair, groups), each reading its pixels before writing them.
+    {"units right to left: two groups", RkTrans16, 255, 0, {F, F, F, F, 0, 0, 0, 0, 0}, {}, {F, F, F, F, H, 0, 0, 0, 0}, {}, {}, 1, {1, 0, 0, 0, 8, 1}, 0, true},
+    {"units right to left: lone pixel, pair, group", RkTrans16, 255, 0, {F, F, F, F, F, F, 0, 0}, {}, {F, F, F, F, F, F, H, 0}, {}, {}, 1, {1, 0, 0, 0, 7, 1}, 0, true},
+    // The source one byte right of the destination, opacity 256 (a copy): a unit reads
+    // the byte its right neighbour already wrote. RkTrans24 walks bytes (the last (3w)
+    // mod 4, then 4, then 8 at a time); the other members the lone pixel, then pairs.
+    {"Trans24 bytes: 3 trailing, 4, 8", RkTrans24, 256, 0, {0xB2B1B0, 0xB5B4B3, 0xB8B7B6, 0xBBBAB9, 0xBEBDBC, 0xC1C0BF}, {}, {0xB3B2B1, 0xB6B5B4, 0xB9B9B7, 0xBDBBBA, 0xBFBEBD, 0xC1C0BF}, {}, {}, 1, {}, 0, true, 1},
+    {"MaskTrans24: lone pixel, pairs", RkMaskTrans24, 256, 0, {0xB2B1B0, 0xB5B4B3, 0xB8B7B6, 0xBBBAB9, 0xBEBDBC, 0xC1C0BF}, {}, {0xB3B2B1, 0xB7B5B4, 0xB9B8B7, 0xBDBBBA, 0xBFBEBD, 0xC1C0BF}, {}, {}, 1, {}, 0, true, 1},
+    {"Trans32: lone pixel (fourth byte 0), pair", RkTrans32, 256, 0, {0xB3B2B1B0, 0xB7B6B5B4, 0xBBBAB9B8, 0xBFBEBDBC}, {}, {0xB4B3B2B1, 0xB9B7B6B5, 0x00BBBAB9, 0xBFBEBDBC}, {}, {}, 1, {}, 0, true, 1},
   });
-}
-// clang-format on
-
-// The channel plane holds the whole clipped rectangle or nothing is drawn; its
-// position moves with the left clip; a position left of the plane reads through the
-// guard (0 where the plane owns no memory).
-TEST(TransPins, ChannelRule) {
-  struct Row {
-    int32_t chanW, dstX, chanX;
-    std::vector<uint32_t> want;
-  };
-  const Row rows[] = {
-      {4, 0, 0, {0x7F7F7F, 0xFEFEFE, 0x3F3F3F, 0x1F1F1F}},
-      {3, 0, 0, {0, 0, 0, 0}},                        // one column short: nothing
-      {4, 0, 1, {0, 0, 0, 0}},                        // moved one column too far
-      {4, -1, 0, {0xFEFEFE, 0x3F3F3F, 0x1F1F1F, 0}},  // left clip moves the plane too
-      {4, 0, -1, {0, 0x7F7F7F, 0xFEFEFE, 0x3F3F3F}},  // column -1 is outside the plane: weight 0
-  };
-  for (const Row &r : rows) {
-    for (rk::Level level : rk::AvailableLevels()) {
-      std::vector<uint8_t> src(12, 0xFF), dst(12, 0), chan = {128, 255, 64, 32};
-      RkSurface d{0, 4, 1, 12, 0, dst.data()}, s{0, 4, 1, 12, 0, src.data()};
-      RkSurface c{0, r.chanW, 1, 4, 0, chan.data()};
-      rk::Level saved = rk::UseLevel(level);
-      RkTransWithChannel24(&d, r.dstX, 0, &s, 0, 0, 4, 1, &c, r.chanX, 0);
-      rk::UseLevel(saved);
-      EXPECT_EQ(dst, Pack(r.want, 3)) << r.chanW << " " << r.dstX << " " << r.chanX;
-    }
-  }
-}
-
-// A row of 16-bit pixels blended onto itself one pixel to the right: the units run
-// right to left and each reads its pixels before writing them, so whether a unit
-// sees its left neighbour's result shows the order.
-std::vector<uint16_t> ShiftRight16(decltype(&RkTrans16) fn, uint32_t a, std::vector<uint16_t> row,
-                                   int32_t w) {
-  auto n = static_cast<int32_t>(row.size());
-  RkSurface s{0, n, 1, n * 2, 0, row.data()};
-  fn(&s, 1, 0, &s, 0, 0, w, 1, a);
-  return row;
-}
-
-TEST(TransPins, UnitsRunRightToLeft) {
-  using V = std::vector<uint16_t>;
-  const uint16_t F = 0xFFFF, H = 0xF7BE;  // H: 0xFFFF over 0 at 31 of 32
-  for (rk::Level level : rk::AvailableLevels()) {
-    rk::Level saved = rk::UseLevel(level);
-    // Two groups: the right group reads column 4 before the left group rewrites it.
-    EXPECT_EQ(ShiftRight16(RkTrans16, 255, V{F, F, F, F, 0, 0, 0, 0, 0}, 8),
-              (V{F, F, F, F, H, 0, 0, 0, 0}));
-    // Width 7: the lone pixel first, then the pair, then the group.
-    EXPECT_EQ(ShiftRight16(RkTrans16, 255, V{F, F, F, F, F, F, 0, 0}, 7),
-              (V{F, F, F, F, F, F, H, 0}));
-    rk::UseLevel(saved);
-  }
-}
-
-// Two records over one buffer, the source one byte right of the destination, at
-// opacity 256 (a copy): a unit reads the byte its right neighbour already wrote, so
-// the result shows the units. RkTrans24 walks bytes (the last (3w) mod 4, then 4,
-// then 8 at a time); the other 24/32-bit members walk the lone pixel, then pairs.
-TEST(TransPins, UnitsSeenThroughOverlap) {
-  using Fn = std::function<void(const RkSurface *, const RkSurface *)>;
-  struct Row {
-    const char *what;
-    int bpp;
-    int32_t w;
-    Fn fn;
-    std::vector<uint8_t> want;  // bytes 0..15, each byte i starting as 0xB0 + i
-  };
-  const Row rows[] = {
-      {"Trans24 width 5: 3 trailing, 4, 8",
-       3,
-       5,
-       [](auto d, auto s) { RkTrans24(d, 0, 0, s, 0, 0, 5, 1, 256); },
-       {0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB9, 0xB9, 0xBA, 0xBB, 0xBD, 0xBD, 0xBE, 0xBF,
-        0xBF}},
-      {"MaskTrans24 width 5: lone pixel, pairs",
-       3,
-       5,
-       [](auto d, auto s) { RkMaskTrans24(d, 0, 0, s, 0, 0, 5, 1, 256, 0); },
-       {0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB7, 0xB7, 0xB8, 0xB9, 0xBA, 0xBB, 0xBD, 0xBD, 0xBE, 0xBF,
-        0xBF}},
-      {"Trans32 width 3: lone pixel (fourth byte 0), pair",
-       4,
-       3,
-       [](auto d, auto s) { RkTrans32(d, 0, 0, s, 0, 0, 3, 1, 256); },
-       {0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB9, 0xB9, 0xBA, 0xBB, 0x00, 0xBC, 0xBD, 0xBE,
-        0xBF}},
-  };
-  for (const Row &r : rows) {
-    for (rk::Level level : rk::AvailableLevels()) {
-      std::vector<uint8_t> buf(17);
-      for (size_t i = 0; i < buf.size(); ++i) buf[i] = static_cast<uint8_t>(0xB0 + i);
-      RkSurface d{0, r.w, 1, r.w * r.bpp, 0, buf.data()}, s = d;
-      s.pixels = buf.data() + 1;
-      rk::Level saved = rk::UseLevel(level);
-      r.fn(&d, &s);
-      rk::UseLevel(saved);
-      buf.pop_back();
-      EXPECT_EQ(buf, r.want) << r.what << " (level " << rk::LevelName(level) << ")";
-    }
-  }
+  // clang-format on
 }
 
 }  // namespace

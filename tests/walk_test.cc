@@ -81,21 +81,4 @@ TEST(Walk, BottomUpSurfacesOwnTheRowsAbovePixels) {
   EXPECT_EQ(dst.mem[4], 0xEEEE);
 }
 
-TEST(Formats, ReadBack) {
-  struct {
-    uint32_t e, light, rgb16, rgb32;
-  } rows[] = {{0, 0, 0, 0},         {31, 31, 31, 31},     {40, 40, 8, 40},
-              {254, 254, 30, 254},  {255, 255, 31, 255},  {256, 255, 0, 255},
-              {300, 255, 12, 255},  {1022, 255, 30, 255}, {1023, 255, 31, 255},
-              {5000, 255, 31, 255}, {65535, 255, 31, 255}};
-  for (auto &r : rows) {
-    EXPECT_EQ(rk::ReadLight(r.e), r.light) << r.e;
-    EXPECT_EQ(rk::ReadRGBLight16(r.e), r.rgb16) << r.e;
-    EXPECT_EQ(rk::ReadRGBLight32(r.e), r.rgb32) << r.e;
-  }
-  EXPECT_EQ(rk::RedOf<rk::Color15>(0xFFFF), 31u);  // bit 15 is no colour
-  EXPECT_EQ(rk::GreenOf<rk::Color16>(0x07E0), 63u);
-  EXPECT_EQ(rk::PackRgb<rk::Color16>(31, 63, 31), 0xFFFFu);
-}
-
 }  // namespace

@@ -1,6 +1,5 @@
-// Nearest scaling: the differential driver over random surfaces and rectangles,
-// nearest sampling on rectangles the clip leaves whole, the stepping arithmetic,
-// and pinned vectors for the clip's single-precision and irregular results.
+// Nearest scaling: the differential driver, the stepping arithmetic, pinned vectors for
+// the clip's single-precision and irregular results, and whole rectangles sampled.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -24,8 +23,7 @@ int32_t Near(rkt::Rng &rng, int32_t lo, int32_t hi) {
   return static_cast<int32_t>(rng.Range(lo, hi));
 }
 
-// A source size for a destination size: the same, half, double (the common
-// ratios), anything, or out of range.
+// A source size for a destination size: the same, half, double, anything, or none.
 int32_t SourceSize(rkt::Rng &rng, int32_t d, int32_t room) {
   switch (rng.Range(0, 7)) {
     case 0:
@@ -60,8 +58,7 @@ std::string ZoomCase(rkt::Rng &rng) {
     layout = "shared buffer";
     src = rkt::Place(w, dbuf, ss, Bpp, rng.Range(0, room), WritesSrc);
   } else {
-    // Sources larger than the destination: the limits are the source's size times
-    // the factor, so enlargements draw little from small sources.
+    // Larger sources: the limits are the source's size times the factor.
     src = rkt::NewSurface(w, rng, rkt::RandomSpec(rng, Bpp, 2 * maxW, 3 * maxH), Bpp, WritesSrc);
   }
   // Mostly rectangles that draw something: positive sizes, starts near the corner.
@@ -83,16 +80,11 @@ std::string ZoomCase(rkt::Rng &rng) {
   std::string why = rkt::CompareLevels(w, [&] { Fn(&dst, &dr, &src, &sr); });
   if (why.empty()) return why;
   std::ostringstream o;
-  auto rect = [&](const RkRect &r) {
-    o << r.left << "," << r.top << ".." << r.right << "," << r.bottom;
-  };
-  o << why << "\n  case: " << layout << ": dst{w " << dst.width << " h " << dst.height << " pitch "
-    << dst.pitch << "} src{w " << src.width << " h " << src.height << " pitch " << src.pitch
-    << "} dstRect ";
-  rect(dr);
-  o << " srcRect ";
-  rect(sr);
-  return o.str();
+  for (auto v : {dst.width, dst.height, dst.pitch, src.width, src.height, src.pitch, dr.left,
+                 dr.top, dr.right, dr.bottom, sr.left, sr.top, sr.right, sr.bottom})
+    o << " " << v;
+  return why + "\n  case: " + layout +
+         ": dst w h pitch, src w h pitch, dstRect, srcRect:" + o.str();
 }
 
 RKT_DIFF(RkZoom16, (&ZoomCase<&RkZoom16, 2, false>), 5000);
@@ -119,62 +111,66 @@ TEST(Zoom, StepTotalsMatchTheStepper) {
 struct Surf {
   std::vector<uint8_t> bytes;
   RkSurface rec{};
-  Surf(int32_t w, int32_t h, int bpp, uint8_t seed = 1)
-      : bytes(static_cast<size_t>(w) * static_cast<size_t>(h) * static_cast<size_t>(bpp)) {
+  int bpp;
+  Surf(int32_t w, int32_t h, int b, uint8_t seed)
+      : bytes(size_t(w) * size_t(h) * size_t(b)), bpp(b) {
     for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(seed + i * 7);
     rec = RkSurface{0, w, h, w * bpp, 0, bytes.data()};
   }
-  uint8_t *At(int32_t x, int32_t y, int bpp) {
-    return bytes.data() + static_cast<size_t>(y) * rec.pitch + static_cast<size_t>(x) * bpp;
-  }
+  uint8_t *At(int64_t x, int64_t y) { return bytes.data() + y * rec.pitch + x * bpp; }
 };
 
-// Runs a call at every level on copies of dst and src; every level must agree.
-// Leaves the reference's result in dst and src.
-void RunAll(ZoomFn fn, Surf &dst, Surf &src, RkRect dr, RkRect sr) {
-  std::vector<uint8_t> d0 = dst.bytes, s0 = src.bytes, dRef, sRef;
+// Runs a call at every level on copies of dst and src, compared with the wanted ones.
+void Check(const char *what, ZoomFn fn, const Surf &dst, const Surf &src, RkRect dr, RkRect sr,
+           const Surf &want, const Surf &wantSrc) {
   for (rk::Level level : rk::AvailableLevels()) {
-    dst.bytes = d0;
-    src.bytes = s0;
-    dst.rec.pixels = dst.bytes.data();
-    src.rec.pixels = src.bytes.data();
+    Surf d = dst, s = src;
+    d.rec.pixels = d.bytes.data();
+    s.rec.pixels = s.bytes.data();
     rk::Level saved = rk::UseLevel(level);
-    fn(&dst.rec, &dr, &src.rec, &sr);
+    fn(&d.rec, &dr, &s.rec, &sr);
     rk::UseLevel(saved);
-    if (level == rk::Level::kRef) {
-      dRef = dst.bytes;
-      sRef = src.bytes;
-    }
-    ASSERT_EQ(dst.bytes, dRef) << rk::LevelName(level);
-    ASSERT_EQ(src.bytes, sRef) << rk::LevelName(level);
+    ASSERT_EQ(d.bytes, want.bytes) << what << " (level " << rk::LevelName(level) << ")";
+    ASSERT_EQ(s.bytes, wantSrc.bytes) << what << " (level " << rk::LevelName(level) << ")";
   }
 }
 
-// The pixels a call draws: destination (x, y) of the w x h rectangle at the
-// surface's corner comes from source (sx + (x * stepX >> 16), sy + (y * stepY >> 16)).
+// The pixels a call draws: destination (x0 + x, y0 + y) of the w x h rectangle comes
+// from source (sx + (x * stepX >> 16), sy + (y * stepY >> 16)); RkZoom24 writes bytes
+// (b0, b1, b0) and stamps b0 over the sampled source pixel's b2.
 struct Drawn {
   int32_t w, h, sx, sy;
   uint32_t stepX, stepY;
+  int32_t x0 = 0, y0 = 0;
 };
-
-struct Pinned {
-  const char *what;
-  ZoomFn fn;
-  int bpp;
-  int32_t dw, dh, sw, sh;  // surfaces
-  RkRect dr, sr;
-  Drawn drawn;
-};
+void CheckDrawn(const char *what, ZoomFn fn, const Surf &dst, const Surf &src, RkRect dr, RkRect sr,
+                const Drawn &e) {
+  Surf want = dst, wantSrc = src;
+  for (int64_t y = 0; y < e.h; ++y)
+    for (int64_t x = 0; x < e.w; ++x) {
+      uint8_t *s = wantSrc.At(e.sx + (e.stepX * x >> 16), e.sy + (e.stepY * y >> 16));
+      uint8_t *d = want.At(e.x0 + x, e.y0 + y);
+      std::memcpy(d, s, static_cast<size_t>(dst.bpp));
+      if (dst.bpp == 3) d[2] = s[2] = s[0];
+    }
+  Check(what, fn, dst, src, dr, sr, want, wantSrc);
+}
 
 TEST(Zoom, PinnedVectors) {
-  // clang-format off
-  const Pinned table[] = {
+  const struct {
+    const char *what;
+    ZoomFn fn;
+    int bpp;
+    int32_t dw, dh, sw, sh;  // surfaces
+    RkRect dr, sr;
+    Drawn drawn;
+  } table[] = {
+      // clang-format off
       // 10x10 onto 20x20: steps of 32768. The source limits are the source surface's
       // size times 0.5, so a 10x10 source draws only 5x5 ...
       {"2x up, small source", &RkZoom16, 2, 20, 20, 10, 10, {0, 0, 20, 20}, {0, 0, 10, 10}, {5, 5, 0, 0, 0x8000, 0x8000}},
       // ... and a 40x40 one all 20x20, every source pixel and row twice.
       {"2x up", &RkZoom16, 2, 20, 20, 40, 40, {0, 0, 20, 20}, {0, 0, 10, 10}, {20, 20, 0, 0, 0x8000, 0x8000}},
-      // 20 onto 10: step 131072, every other source pixel from column 0.
       {"2x down", &RkZoom16, 2, 10, 1, 20, 1, {0, 0, 10, 1}, {0, 0, 20, 1}, {10, 1, 0, 0, 0x20000, 0x10000}},
       // dstRect from x = -4 moves the source start by 4 columns, not by 4 x 0.5 ...
       {"left clip unscaled", &RkZoom16, 2, 16, 1, 40, 1, {-4, 0, 16, 1}, {0, 0, 10, 1}, {16, 1, 4, 0, 0x8000, 0x10000}},
@@ -199,89 +195,38 @@ TEST(Zoom, PinnedVectors) {
       {"zero source width", &RkZoom16, 2, 8, 8, 8, 8, {0, 0, 4, 4}, {3, 0, 3, 4}, {}},
       {"zero source width, reciprocal", &RkZoom32, 4, 8, 8, 8, 8, {0, 0, 4, 4}, {3, 0, 3, 4}, {}},
       {"zero source height, reciprocal", &RkZoom32, 4, 8, 8, 8, 8, {0, 0, 4, 4}, {0, 3, 4, 3}, {}},
+      // clang-format on
   };
-  // clang-format on
-  for (const Pinned &p : table) {
-    Surf dst(p.dw, p.dh, p.bpp, 0x80), src(p.sw, p.sh, p.bpp, 1);
-    Surf want = dst;
-    const Drawn &e = p.drawn;
-    for (int32_t y = 0; y < e.h; ++y)
-      for (int32_t x = 0; x < e.w; ++x) {
-        int32_t sx =
-            e.sx + static_cast<int32_t>(uint64_t{e.stepX} * static_cast<uint64_t>(x) >> 16);
-        int32_t sy =
-            e.sy + static_cast<int32_t>(uint64_t{e.stepY} * static_cast<uint64_t>(y) >> 16);
-        std::memcpy(want.At(x, y, p.bpp), src.At(sx, sy, p.bpp), static_cast<size_t>(p.bpp));
-      }
-    std::vector<uint8_t> srcBefore = src.bytes;
-    RunAll(p.fn, dst, src, p.dr, p.sr);
-    EXPECT_EQ(dst.bytes, want.bytes) << p.what;
-    EXPECT_EQ(src.bytes, srcBefore) << p.what;
+  for (const auto &p : table) {
+    CheckDrawn(p.what, p.fn, Surf(p.dw, p.dh, p.bpp, 0x80), Surf(p.sw, p.sh, p.bpp, 1), p.dr, p.sr,
+               p.drawn);
   }
+  // A source rectangle with right < left steps by -32768: the logical shift of the
+  // fraction moves on by 0xFFFF columns, then by 0 where the sum wraps. The clip:
+  // scale 0.5, start 3 x 0.5 = 1.5, limit 35000, so four pixels from column 1:
+  // columns 1, 65536, 65536, 131071, the last outside the source, read as 0.
+  Surf dst(4, 1, 2, 0x80), src(70000, 1, 2, 1), want = dst;
+  for (int x : {0, 1, 2}) std::memcpy(want.At(x, 0), src.At(x == 0 ? 1 : 65536, 0), 2);
+  std::memset(want.At(3, 0), 0, 2);
+  Check("negative source width", &RkZoom16, dst, src, {0, 0, 4, 1}, {3, 0, 1, 1}, want, src);
 }
 
-// A source rectangle with right < left steps by -32768: the logical shift of the
-// fraction moves on by 0xFFFF columns, then by 0 where the sum wraps. The clip:
-// scale 0.5, start 3 x 0.5 = 1.5, limit 35000, so four pixels from column 1:
-// columns 1, 65536, 65536, 131071, the last outside the source, read as 0.
-TEST(Zoom, NegativeSourceWidthJumpsForward) {
-  Surf dst(4, 1, 2, 0x80), src(70000, 1, 2, 1);
-  Surf want = dst;
-  std::memcpy(want.At(0, 0, 2), src.At(1, 0, 2), 2);
-  std::memcpy(want.At(1, 0, 2), src.At(65536, 0, 2), 2);
-  std::memcpy(want.At(2, 0, 2), src.At(65536, 0, 2), 2);
-  std::memset(want.At(3, 0, 2), 0, 2);
-  RunAll(&RkZoom16, dst, src, {0, 0, 4, 1}, {3, 0, 1, 1});
-  EXPECT_EQ(dst.bytes, want.bytes);
-}
-
-// RkZoom24 1:1 onto itself: each pixel is read, written as (b0, b1, b0) and
-// stamped with byte 0 over byte 2 in place.
-TEST(Zoom, Zoom24InPlace) {
-  Surf one(5, 2, 3, 9);
-  Surf want = one;
-  for (size_t i = 0; i < want.bytes.size(); i += 3) want.bytes[i + 2] = want.bytes[i];
-  one.rec.pixels = one.bytes.data();
-  RkRect r{0, 0, 5, 2};
-  RkZoom24(&one.rec, &r, &one.rec, &r);
-  EXPECT_EQ(one.bytes, want.bytes);
-}
-
-// Rectangles the clip leaves whole: destination pixel (x, y) of the rectangle is
-// source pixel (x * stepX >> 16, y * stepY >> 16) of the source rectangle (whose
-// corner is kept at 0, 0 so that the factor does not move it), at every level;
-// nothing else changes but RkZoom24's stamps (byte 0 over byte 2 of each sampled
-// source pixel, and only of those).
+// Rectangles the clip leaves whole (the source's corner at 0, 0 and at least half the
+// destination's size, so that neither the factor nor the limits move them).
 TEST(Zoom, NearestSamplingOfWholeRectangles) {
-  const struct {
-    ZoomFn fn;
-    int bpp;
-  } members[] = {{&RkZoom16, 2}, {&RkZoom24, 3}, {&RkZoom32, 4}};
-  for (const auto &m : members) {
+  const std::pair<ZoomFn, int> members[] = {{&RkZoom16, 2}, {&RkZoom24, 3}, {&RkZoom32, 4}};
+  for (auto [fn, bpp] : members) {
     for (uint64_t i = 0; i < 150; ++i) {
       rkt::Rng rng(rkt::BaseSeed() * 17 + i);
-      int32_t dW = static_cast<int32_t>(rng.Range(1, 32)),
-              dH = static_cast<int32_t>(rng.Range(1, 12));
-      // Source sizes of at least half the destination's keep the limits out of the way.
-      int32_t sW = static_cast<int32_t>(rng.Range((dW + 1) / 2, 2 * dW + 3));
-      int32_t sH = static_cast<int32_t>(rng.Range((dH + 1) / 2, 2 * dH + 3));
-      Surf dst(dW + 5, dH + 3, m.bpp, 0x80), src(2 * (dW + sW) + 2, 2 * (dH + sH) + 2, m.bpp, 3);
-      int32_t x0 = static_cast<int32_t>(rng.Range(0, 5)),
-              y0 = static_cast<int32_t>(rng.Range(0, 3));
-      uint32_t stepX = static_cast<uint32_t>(sW * 65536 / dW),
-               stepY = static_cast<uint32_t>(sH * 65536 / dH);
-      Surf want = dst, wantSrc = src;
-      for (int32_t y = 0; y < dH; ++y)
-        for (int32_t x = 0; x < dW; ++x) {
-          uint8_t *s = wantSrc.At(static_cast<int32_t>(uint64_t{stepX} * x >> 16),
-                                  static_cast<int32_t>(uint64_t{stepY} * y >> 16), m.bpp);
-          uint8_t *d = want.At(x0 + x, y0 + y, m.bpp);
-          std::memcpy(d, s, static_cast<size_t>(m.bpp));
-          if (m.bpp == 3) d[2] = s[2] = s[0];
-        }
-      RunAll(m.fn, dst, src, {x0, y0, x0 + dW, y0 + dH}, {0, 0, sW, sH});
-      ASSERT_EQ(dst.bytes, want.bytes) << "bpp " << m.bpp << " case " << i;
-      ASSERT_EQ(src.bytes, wantSrc.bytes) << "bpp " << m.bpp << " case " << i;
+      auto r = [&](int64_t lo, int64_t hi) { return static_cast<int32_t>(rng.Range(lo, hi)); };
+      int32_t dW = r(1, 32), dH = r(1, 12);
+      int32_t sW = r((dW + 1) / 2, 2 * dW + 3), sH = r((dH + 1) / 2, 2 * dH + 3);
+      int32_t x0 = r(0, 5), y0 = r(0, 3);
+      Drawn e{dW, dH, 0, 0, uint32_t(sW * 65536 / dW), uint32_t(sH * 65536 / dH), x0, y0};
+      CheckDrawn("whole rectangle", fn, Surf(dW + 5, dH + 3, bpp, 0x80),
+                 Surf(2 * (dW + sW) + 2, 2 * (dH + sH) + 2, bpp, 3), {x0, y0, x0 + dW, y0 + dH},
+                 {0, 0, sW, sH}, e);
+      if (HasFatalFailure()) return;
     }
   }
 }
