@@ -28,7 +28,7 @@ constexpr ArrSpec kT5At2{3, 5, 2};    // bytes 5i+2..5i+4
 constexpr ArrSpec kTransUp{1, 1, 1};  // Trans stored one place up
 constexpr ArrSpec kLightDown{2, 2, -2};
 
-struct ConvSpec {
+struct ConvShape {
   const char *name;
   void (*fn)();
   int nd, ns;  // arrays on each side: 1, or 3 planes R, G, B
@@ -43,7 +43,7 @@ using F13 = void(RKPIX_CALL *)(void *, const void *, const void *, const void *,
 using F33 = void(RKPIX_CALL *)(void *, void *, void *, const void *, const void *, const void *,
                                uint32_t);
 
-void Call(const ConvSpec &c, uint8_t *const d[3], const uint8_t *const s[3], uint32_t n) {
+void Call(const ConvShape &c, uint8_t *const d[3], const uint8_t *const s[3], uint32_t n) {
   if (c.nd == 1 && c.ns == 1) reinterpret_cast<F11>(c.fn)(d[0], s[0], n);
   if (c.nd == 3 && c.ns == 1) reinterpret_cast<F31>(c.fn)(d[0], d[1], d[2], s[0], n);
   if (c.nd == 1 && c.ns == 3) reinterpret_cast<F13>(c.fn)(d[0], s[0], s[1], s[2], n);
@@ -57,7 +57,7 @@ std::pair<int64_t, int64_t> Extent(const ArrSpec &a, uint32_t count) {
 }
 
 // All a call may touch around one array (B-plane pointer, Light's read-ahead byte).
-std::pair<int64_t, int64_t> Footprint(const ConvSpec &c, bool dst, int k, uint32_t n) {
+std::pair<int64_t, int64_t> Footprint(const ConvShape &c, bool dst, int k, uint32_t n) {
   auto [lo, hi] = Extent(dst ? c.d : c.s, n);
   lo = std::min<int64_t>(lo, 0);
   hi = std::max<int64_t>(hi, 1);
@@ -72,7 +72,7 @@ void Plant(uint8_t *at, const void *p) { std::memcpy(at, &p, sizeof p); }
 // A count (0 to 300, often tiny), then the arrays in their own buffers (layout 0), or
 // a source and a destination plane in one buffer (1 to 4, below), or every array
 // scattered over one shared buffer (3).
-std::string RunCase(const ConvSpec &c, rkt::Rng &rng) {
+std::string RunCase(const ConvShape &c, rkt::Rng &rng) {
   uint32_t n = static_cast<uint32_t>(rng.Chance(0.3) ? rng.Range(0, 6) : rng.Range(0, 300));
   rkt::World w;
   struct Where {
@@ -146,27 +146,27 @@ std::string RunCase(const ConvSpec &c, rkt::Rng &rng) {
   return why;
 }
 
-template <const ConvSpec &C>
+template <const ConvShape &C>
 std::string Case(rkt::Rng &rng) {
   return RunCase(C, rng);
 }
 
-std::map<std::string, const ConvSpec *> &Specs() {
-  static std::map<std::string, const ConvSpec *> m;
+std::map<std::string, const ConvShape *> &Shapes() {
+  static std::map<std::string, const ConvShape *> m;
   return m;
 }
-bool Add(const ConvSpec &c) { return Specs().emplace(c.name, &c).second; }
+bool Add(const ConvShape &c) { return Shapes().emplace(c.name, &c).second; }
 
 constexpr int kCases = 300;
 
 }  // namespace
 
 // One line a member: the arrays' shapes, registered with the differential driver.
-#define RKT_CONVERT(name, ...)                                                                   \
-  namespace {                                                                                    \
-  const ConvSpec k##name{#name, reinterpret_cast<void (*)()>(&RkBitConvert##name), __VA_ARGS__}; \
-  const bool k##name##Added = Add(k##name);                                                      \
-  }                                                                                              \
+#define RKT_CONVERT(name, ...)                                                                    \
+  namespace {                                                                                     \
+  const ConvShape k##name{#name, reinterpret_cast<void (*)()>(&RkBitConvert##name), __VA_ARGS__}; \
+  const bool k##name##Added = Add(k##name);                                                       \
+  }                                                                                               \
   RKT_DIFF(RkBitConvert##name, &Case<k##name>, kCases)
 
 RKT_CONVERT(Color16ToColor15, 1, 1, kW, kW);
@@ -248,7 +248,7 @@ struct Arrays {
     for (auto &v : d) v.assign(kPad * 2 + 8 * size_t{n} + 32, fill);
     for (auto &v : s) v.assign(kPad * 2 + 8 * size_t{n} + 32, 0x55);
   }
-  void Run(const ConvSpec &c, uint32_t n) {
+  void Run(const ConvShape &c, uint32_t n) {
     uint8_t *dp[3] = {d[0].data() + kPad, d[1].data() + kPad, d[2].data() + kPad};
     const uint8_t *sp[3] = {s[0].data() + kPad, s[1].data() + kPad, s[2].data() + kPad};
     if (c.dstBAt >= 0) Plant(dp[1] + c.dstBAt, dp[2]), dp[2] = nullptr;
@@ -257,7 +257,7 @@ struct Arrays {
   }
 };
 
-const ConvSpec &Spec(const std::string &name) { return *Specs().at(name); }
+const ConvShape &Spec(const std::string &name) { return *Shapes().at(name); }
 
 // Hand-worked values: member, source and destination elements per array (at their
 // documented places), source bytes under the elements. Other destination bytes stay.
@@ -350,7 +350,7 @@ TEST(Convert, PinnedValues) {
   };
   // clang-format on
   for (const Pinned &p : rows) {
-    const ConvSpec &c = Spec(p.name);
+    const ConvShape &c = Spec(p.name);
     const auto n = static_cast<uint32_t>(p.in[0].size());
     Arrays a(n, 0xAA);
     std::copy(p.bytes.begin(), p.bytes.end(), a.s[0].begin() + kPad);
@@ -374,7 +374,7 @@ TEST(Convert, PinnedValues) {
 TEST(Convert, InPlaceFollowsTheWalk) {
   rkt::Rng rng(7);
   for (const char *name : {"Color16ToColor32", "Color15ToColor32", "Color24ToColor32"}) {
-    const ConvSpec &c = Spec(name);
+    const ConvShape &c = Spec(name);
     for (uint32_t n : {1u, 2u, 3u, 64u, 257u}) {
       std::vector<uint8_t> src(size_t{n} * c.s.stride), apart(size_t{n} * c.d.stride);
       rng.Fill(src.data(), src.size());
@@ -393,7 +393,7 @@ TEST(Convert, InPlaceFollowsTheWalk) {
   EXPECT_EQ(px[2] | px[3] << 8, 0x001F);
   uint8_t *none[3] = {};
   const uint8_t *cnone[3] = {};
-  for (auto &[name, spec] : Specs()) Call(*spec, none, cnone, 0);
+  for (auto &[name, shape] : Shapes()) Call(*shape, none, cnone, 0);
 }
 
 // Runs `chain` on n elements (each member's destinations the next one's sources) and
@@ -415,7 +415,7 @@ void CheckTrip(const Trip &t) {
     a.Run(Spec(name), t.n);
     for (int k = 0; k < 3; ++k) std::swap(a.s[k], a.d[k]);
   }
-  const ConvSpec &first = Spec(t.chain.front()), &last = Spec(t.chain.back());
+  const ConvShape &first = Spec(t.chain.front()), &last = Spec(t.chain.back());
   for (int k = 0; k < last.nd; ++k)
     for (uint32_t i = 0; i < t.n; ++i) {
       ASSERT_EQ(Get(a.s[k], last.d, i), t.want(Get(in, first.s, i), k))
@@ -507,8 +507,8 @@ TEST(Convert, GreyOfEveryColour) {
 // Every member on four threads at once, each converting one shared source into its
 // own arrays, gives what the same calls give on one thread.
 TEST(Convert, ConcurrentCallsMatchOneThread) {
-  for (const auto &[name, spec] : Specs()) {
-    const ConvSpec &c = *spec;
+  for (const auto &[name, shape] : Shapes()) {
+    const ConvShape &c = *shape;
     rkt::Rng rng(rkt::BaseSeed() ^ 0xC0);
     Arrays one(301, 0);
     for (auto &v : one.s) rng.Fill(v.data(), v.size());
