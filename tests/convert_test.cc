@@ -257,7 +257,7 @@ struct Arrays {
   }
 };
 
-const ConvShape &Spec(const std::string &name) { return *Shapes().at(name); }
+const ConvShape &ShapeOf(const std::string &name) { return *Shapes().at(name); }
 
 // Hand-worked values: member, source and destination elements per array (at their
 // documented places), source bytes under the elements. Other destination bytes stay.
@@ -350,7 +350,7 @@ TEST(Convert, PinnedValues) {
   };
   // clang-format on
   for (const Pinned &p : rows) {
-    const ConvShape &c = Spec(p.name);
+    const ConvShape &c = ShapeOf(p.name);
     const auto n = static_cast<uint32_t>(p.in[0].size());
     Arrays a(n, 0xAA);
     std::copy(p.bytes.begin(), p.bytes.end(), a.s[0].begin() + kPad);
@@ -374,7 +374,7 @@ TEST(Convert, PinnedValues) {
 TEST(Convert, InPlaceFollowsTheWalk) {
   rkt::Rng rng(7);
   for (const char *name : {"Color16ToColor32", "Color15ToColor32", "Color24ToColor32"}) {
-    const ConvShape &c = Spec(name);
+    const ConvShape &c = ShapeOf(name);
     for (uint32_t n : {1u, 2u, 3u, 64u, 257u}) {
       std::vector<uint8_t> src(size_t{n} * c.s.stride), apart(size_t{n} * c.d.stride);
       rng.Fill(src.data(), src.size());
@@ -412,10 +412,10 @@ void CheckTrip(const Trip &t) {
   const std::vector<uint8_t> in = a.s[0];
   a.s[1] = a.s[2] = in;
   for (const char *name : t.chain) {
-    a.Run(Spec(name), t.n);
+    a.Run(ShapeOf(name), t.n);
     for (int k = 0; k < 3; ++k) std::swap(a.s[k], a.d[k]);
   }
-  const ConvShape &first = Spec(t.chain.front()), &last = Spec(t.chain.back());
+  const ConvShape &first = ShapeOf(t.chain.front()), &last = ShapeOf(t.chain.back());
   for (int k = 0; k < last.nd; ++k)
     for (uint32_t i = 0; i < t.n; ++i) {
       ASSERT_EQ(Get(a.s[k], last.d, i), t.want(Get(in, first.s, i), k))
