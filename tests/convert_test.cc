@@ -16,23 +16,23 @@
 namespace {
 
 // One array's elements: `bytes` at `first + i * stride` from the pointer passed.
-struct ArrSpec {
+struct ArrShape {
   int bytes, stride, first;
 };
-constexpr ArrSpec kW{2, 2, 0};        // Color15/16, Light, an RGBLight plane
-constexpr ArrSpec kB{1, 1, 0};        // Trans
-constexpr ArrSpec kT{3, 3, 0};        // Color24
-constexpr ArrSpec kQ{4, 4, 0};        // Color32
-constexpr ArrSpec kT5At1{3, 5, 1};    // Color24 at a 5-byte stride, bytes 5i+1..5i+3
-constexpr ArrSpec kT5At2{3, 5, 2};    // bytes 5i+2..5i+4
-constexpr ArrSpec kTransUp{1, 1, 1};  // Trans stored one place up
-constexpr ArrSpec kLightDown{2, 2, -2};
+constexpr ArrShape kW{2, 2, 0};        // Color15/16, Light, an RGBLight plane
+constexpr ArrShape kB{1, 1, 0};        // Trans
+constexpr ArrShape kT{3, 3, 0};        // Color24
+constexpr ArrShape kQ{4, 4, 0};        // Color32
+constexpr ArrShape kT5At1{3, 5, 1};    // Color24 at a 5-byte stride, bytes 5i+1..5i+3
+constexpr ArrShape kT5At2{3, 5, 2};    // bytes 5i+2..5i+4
+constexpr ArrShape kTransUp{1, 1, 1};  // Trans stored one place up
+constexpr ArrShape kLightDown{2, 2, -2};
 
 struct ConvShape {
   const char *name;
   void (*fn)();
   int nd, ns;  // arrays on each side: 1, or 3 planes R, G, B
-  ArrSpec d, s;
+  ArrShape d, s;
   int dstBAt = -1, srcBAt = -1;  // the B-plane pointer's place in the G array
   bool readsAhead = false;       // an odd count's last element reads source byte count/2 + 5
 };
@@ -51,7 +51,7 @@ void Call(const ConvShape &c, uint8_t *const d[3], const uint8_t *const s[3], ui
 }
 
 // Bytes [lo, hi) relative to an array's pointer that `count` elements occupy.
-std::pair<int64_t, int64_t> Extent(const ArrSpec &a, uint32_t count) {
+std::pair<int64_t, int64_t> Extent(const ArrShape &a, uint32_t count) {
   if (count == 0) return {0, 0};
   return {a.first, a.first + int64_t{a.stride} * (count - 1) + a.bytes};
 }
@@ -231,12 +231,12 @@ namespace {
 constexpr size_t kPad = 65;  // an odd place, so every pointer is unaligned
 
 // Element i of an array whose pointer sits at byte kPad of `v`.
-uint32_t Get(const std::vector<uint8_t> &v, const ArrSpec &a, uint32_t i) {
+uint32_t Get(const std::vector<uint8_t> &v, const ArrShape &a, uint32_t i) {
   uint32_t x = 0;
   for (int b = 0; b < a.bytes; ++b) x |= uint32_t{v[kPad + a.first + a.stride * i + b]} << 8 * b;
   return x;
 }
-void Set(std::vector<uint8_t> &v, const ArrSpec &a, uint32_t i, uint32_t x) {
+void Set(std::vector<uint8_t> &v, const ArrShape &a, uint32_t i, uint32_t x) {
   for (int b = 0; b < a.bytes; ++b) v[kPad + a.first + a.stride * i + b] = uint8_t(x >> 8 * b);
 }
 

@@ -105,20 +105,20 @@ std::string RunBlitCase(const BlitEntry &e, Rng &rng) {
   BlitCase c;
   bool big = rng.Chance(0.2);
   int32_t maxW = big ? 150 : 24, maxH = big ? 12 : 6;
-  SurfaceSpec ds = RandomSpec(rng, sh.bpp, maxW, maxH);
+  SurfaceShape ds = RandomShape(rng, sh.bpp, maxW, maxH);
   int layout = static_cast<int>(rng.Range(0, 19));
   int dbuf = -1;
   if (layout < 11) {
     c.layout = "separate";
     c.dst = NewSurface(w, rng, ds, sh.bpp, true, &dbuf);
-    c.src = NewSurface(w, rng, RandomSpec(rng, sh.bpp, maxW, maxH), sh.bpp, sh.writesSrc);
+    c.src = NewSurface(w, rng, RandomShape(rng, sh.bpp, maxW, maxH), sh.bpp, sh.writesSrc);
   } else if (layout < 16) {
     c.layout = "same surface";
     c.dst = NewSurface(w, rng, ds, sh.bpp, true, &dbuf);
     c.src = c.dst;
   } else {
     c.layout = "shared buffer";
-    SurfaceSpec ss = RandomSpec(rng, sh.bpp, maxW, maxH);
+    SurfaceShape ss = RandomShape(rng, sh.bpp, maxW, maxH);
     auto [dlo, dhi] = Owned(ds, sh.bpp);
     auto [slo, shi] = Owned(ss, sh.bpp);
     int64_t span = std::max(dhi - dlo, shi - slo) + rng.Range(0, 24);
@@ -151,7 +151,7 @@ std::string RunBlitCase(const BlitEntry &e, Rng &rng) {
   c.a = Param(rng);
   if (Keyed(sh.args)) c.b = PlantKey(rng, c.src, sh.bpp);
   if (sh.args == Args::kChannel || sh.args == Args::kChannelKey) {
-    SurfaceSpec cs = RandomSpec(rng, sh.chanElem, maxW + 4, maxH + 3);
+    SurfaceShape cs = RandomShape(rng, sh.chanElem, maxW + 4, maxH + 3);
     if (rng.Chance(0.1) && dbuf >= 0) {  // the plane shares the destination's memory
       auto [lo, hi] = Owned(cs, sh.chanElem);
       int64_t size = static_cast<int64_t>(w.bufs[static_cast<size_t>(dbuf)].bytes.size());

@@ -127,8 +127,8 @@ int World::AddBuffer(Rng &rng, size_t n) {
   return static_cast<int>(bufs.size()) - 1;
 }
 
-SurfaceSpec RandomSpec(Rng &rng, int elem, int32_t maxW, int32_t maxH) {
-  SurfaceSpec s;
+SurfaceShape RandomShape(Rng &rng, int elem, int32_t maxW, int32_t maxH) {
+  SurfaceShape s;
   s.width = static_cast<int32_t>(rng.Chance(0.03) ? rng.Range(-3, 0) : rng.Range(1, maxW));
   s.height = static_cast<int32_t>(rng.Chance(0.03) ? rng.Range(-3, 0) : rng.Range(1, maxH));
   int32_t row = std::max(s.width, 0) * elem;
@@ -148,14 +148,14 @@ SurfaceSpec RandomSpec(Rng &rng, int elem, int32_t maxW, int32_t maxH) {
   return s;
 }
 
-std::pair<int64_t, int64_t> Owned(const SurfaceSpec &s, int elem) {
+std::pair<int64_t, int64_t> Owned(const SurfaceShape &s, int elem) {
   if (s.width <= 0 || s.height <= 0) return {0, 0};
   int64_t row = std::max<int64_t>(std::llabs(int64_t{s.pitch}), int64_t{s.width} * elem);
   int64_t last = int64_t{s.height - 1} * s.pitch;
   return {std::min<int64_t>(0, last), std::max<int64_t>(0, last) + row};
 }
 
-RkSurface Place(World &w, int buf, const SurfaceSpec &s, int elem, int64_t at, bool writable) {
+RkSurface Place(World &w, int buf, const SurfaceShape &s, int elem, int64_t at, bool writable) {
   auto [lo, hi] = Owned(s, elem);
   RkSurface r{};
   r.reserved0 = 0x0BADF00D;
@@ -168,7 +168,7 @@ RkSurface Place(World &w, int buf, const SurfaceSpec &s, int elem, int64_t at, b
   return r;
 }
 
-RkSurface NewSurface(World &w, Rng &rng, const SurfaceSpec &s, int elem, bool writable,
+RkSurface NewSurface(World &w, Rng &rng, const SurfaceShape &s, int elem, bool writable,
                      int *bufOut) {
   auto [lo, hi] = Owned(s, elem);
   int64_t before = 0, after = 0;

@@ -87,18 +87,18 @@ struct World {
 };
 
 // A surface's size and pitch (exact, padded, negative, smaller than a row, or 0).
-struct SurfaceSpec {
+struct SurfaceShape {
   int32_t width, height, pitch;
 };
-SurfaceSpec RandomSpec(Rng &rng, int elem, int32_t maxW, int32_t maxH);
+SurfaceShape RandomShape(Rng &rng, int elem, int32_t maxW, int32_t maxH);
 // Offsets [lo, hi) from pixels of the bytes the surface owns (empty for width or
 // height of 0 or less).
-std::pair<int64_t, int64_t> Owned(const SurfaceSpec &s, int elem);
+std::pair<int64_t, int64_t> Owned(const SurfaceShape &s, int elem);
 // Puts a surface into buffer `buf` (which must be large enough) with its owned
 // bytes starting at byte `at`; `writable` allows calls to change those bytes.
-RkSurface Place(World &w, int buf, const SurfaceSpec &s, int elem, int64_t at, bool writable);
+RkSurface Place(World &w, int buf, const SurfaceShape &s, int elem, int64_t at, bool writable);
 // A new buffer holding the surface between margins of 0..64 bytes.
-RkSurface NewSurface(World &w, Rng &rng, const SurfaceSpec &s, int elem, bool writable,
+RkSurface NewSurface(World &w, Rng &rng, const SurfaceShape &s, int elem, bool writable,
                      int *bufOut = nullptr);
 
 // Runs `call` at every level on copies of the world, each compared byte for byte with

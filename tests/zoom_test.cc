@@ -44,11 +44,11 @@ std::string ZoomCase(rkt::Rng &rng) {
   rkt::World w;
   bool big = rng.Chance(0.25);
   int32_t maxW = big ? 130 : 20, maxH = big ? 24 : 8;
-  rkt::SurfaceSpec ds = rkt::RandomSpec(rng, Bpp, maxW, maxH);
+  rkt::SurfaceShape ds = rkt::RandomShape(rng, Bpp, maxW, maxH);
   int dbuf = 0;
   RkSurface dst = rkt::NewSurface(w, rng, ds, Bpp, true, &dbuf), src;
   std::string layout = "separate";
-  rkt::SurfaceSpec ss = rkt::RandomSpec(rng, Bpp, maxW, maxH);
+  rkt::SurfaceShape ss = rkt::RandomShape(rng, Bpp, maxW, maxH);
   auto [lo, hi] = rkt::Owned(ss, Bpp);
   auto room = static_cast<int64_t>(w.bufs[static_cast<size_t>(dbuf)].bytes.size()) - (hi - lo);
   if (rng.Chance(0.2)) {
@@ -59,7 +59,7 @@ std::string ZoomCase(rkt::Rng &rng) {
     src = rkt::Place(w, dbuf, ss, Bpp, rng.Range(0, room), WritesSrc);
   } else {
     // Larger sources: the limits are the source's size times the factor.
-    src = rkt::NewSurface(w, rng, rkt::RandomSpec(rng, Bpp, 2 * maxW, 3 * maxH), Bpp, WritesSrc);
+    src = rkt::NewSurface(w, rng, rkt::RandomShape(rng, Bpp, 2 * maxW, 3 * maxH), Bpp, WritesSrc);
   }
   // Mostly rectangles that draw something: positive sizes, starts near the corner.
   auto size = [&](int32_t room) {
