@@ -1,0 +1,297 @@
+// Vector forms of the channel members' per-pixel formulas, written once over a small
+// set of register operations: 256-bit (AVX2, also used by the AVX-512 build) and
+// 128-bit (SSE2). Every formula works in 16-bit lanes exactly as its scalar form in
+// channel_arith.h / arith.h, so results are the same bit for bit. Only included by the
+// fast translation units.
+#pragma once
+
+#include <cstdint>
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+#include "brightness/channel_arith.h"
+#include "module/isa.h"
+
+RK_NS_BEGIN
+namespace bright {
+namespace vec {
+
+#if defined(__AVX2__)
+// 256-bit registers: 16 pixels of 2 bytes, 8 of 4 bytes. Unpacks and packs work per
+// 128-bit half, and the element layouts below follow that.
+struct V256 {
+  using T = __m256i;
+  static constexpr int kBytes = 32;
+  static T Load(const uint8_t *p) { return _mm256_loadu_si256(reinterpret_cast<const T *>(p)); }
+  static void Store(uint8_t *p, T v) { _mm256_storeu_si256(reinterpret_cast<T *>(p), v); }
+  static T Zero() { return _mm256_setzero_si256(); }
+  static T Set16(uint32_t v) { return _mm256_set1_epi16(static_cast<int16_t>(v)); }
+  static T Set32(uint32_t v) { return _mm256_set1_epi32(static_cast<int32_t>(v)); }
+  static T Set64(uint64_t v) { return _mm256_set1_epi64x(static_cast<int64_t>(v)); }
+  static T And(T a, T b) { return _mm256_and_si256(a, b); }
+  static T AndNot(T a, T b) { return _mm256_andnot_si256(a, b); }  // ~a & b
+  static T Or(T a, T b) { return _mm256_or_si256(a, b); }
+  static T Xor(T a, T b) { return _mm256_xor_si256(a, b); }
+  static T AddsU16(T a, T b) { return _mm256_adds_epu16(a, b); }
+  static T Mullo16(T a, T b) { return _mm256_mullo_epi16(a, b); }
+  static T MulhiU16(T a, T b) { return _mm256_mulhi_epu16(a, b); }
+  template <int N>
+  static T Srl16(T a) {
+    return _mm256_srli_epi16(a, N);
+  }
+  template <int N>
+  static T Sll16(T a) {
+    return _mm256_slli_epi16(a, N);
+  }
+  static T CmpEq16(T a, T b) { return _mm256_cmpeq_epi16(a, b); }
+  static T CmpEq32(T a, T b) { return _mm256_cmpeq_epi32(a, b); }
+  static T CmpGt16(T a, T b) { return _mm256_cmpgt_epi16(a, b); }
+  static T Lo16(T a, T b) { return _mm256_unpacklo_epi16(a, b); }
+  static T Select(T m, T a, T b) { return _mm256_blendv_epi8(b, a, m); }  // m ? a : b
+  static T SwapPairs32(T a) { return _mm256_shuffle_epi32(a, 0xB1); }
+  static T LeftPix(T a) { return _mm256_shuffle_epi32(a, 0xA0); }  // 32-bit lanes 0,0,2,2
+  static bool Any(T m) { return _mm256_movemask_epi8(m) != 0; }
+  // kBytes / 2 channel elements of CE bytes as 16-bit lanes, in order.
+  template <int CE>
+  static T Elems16(const uint8_t *c) {
+    if constexpr (CE == 2) return Load(c);
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
+  }
+  // kBytes / 4 elements as 16-bit lanes, half h holding elements 4h..4h+3 in its low
+  // 64 bits (the pixels that half holds).
+  template <int CE>
+  static T Elems32(const uint8_t *c) {
+    __m128i e;
+    if constexpr (CE == 2) {
+      e = _mm_loadu_si128(reinterpret_cast<const __m128i *>(c));
+    } else {
+      e = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(c)));
+    }
+    return _mm256_permute4x64_epi64(_mm256_castsi128_si256(e), 0x50);
+  }
+};
+#endif
+
+#if defined(__AVX512BW__)
+// 512-bit registers (AVX-512BW): 32 pixels of 2 bytes, 16 of 4 bytes. Comparisons give
+// whole-lane vector masks as the narrower registers do.
+struct V512 {
+  using T = __m512i;
+  static constexpr int kBytes = 64;
+  static T Load(const uint8_t *p) { return _mm512_loadu_si512(p); }
+  static void Store(uint8_t *p, T v) { _mm512_storeu_si512(p, v); }
+  static T Zero() { return _mm512_setzero_si512(); }
+  static T Set16(uint32_t v) { return _mm512_set1_epi16(static_cast<int16_t>(v)); }
+  static T Set32(uint32_t v) { return _mm512_set1_epi32(static_cast<int32_t>(v)); }
+  static T Set64(uint64_t v) { return _mm512_set1_epi64(static_cast<int64_t>(v)); }
+  static T And(T a, T b) { return _mm512_and_si512(a, b); }
+  static T AndNot(T a, T b) { return _mm512_andnot_si512(a, b); }
+  static T Or(T a, T b) { return _mm512_or_si512(a, b); }
+  static T Xor(T a, T b) { return _mm512_xor_si512(a, b); }
+  static T AddsU16(T a, T b) { return _mm512_adds_epu16(a, b); }
+  static T Mullo16(T a, T b) { return _mm512_mullo_epi16(a, b); }
+  static T MulhiU16(T a, T b) { return _mm512_mulhi_epu16(a, b); }
+  template <int N>
+  static T Srl16(T a) {
+    return _mm512_srli_epi16(a, N);
+  }
+  template <int N>
+  static T Sll16(T a) {
+    return _mm512_slli_epi16(a, N);
+  }
+  static T CmpEq16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
+  static T CmpEq32(T a, T b) { return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(a, b)); }
+  static T CmpGt16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpgt_epi16_mask(a, b)); }
+  static T Lo16(T a, T b) { return _mm512_unpacklo_epi16(a, b); }
+  static T Select(T m, T a, T b) { return _mm512_ternarylogic_epi32(m, a, b, 0xCA); }
+  static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
+  static T LeftPix(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CCAA); }
+  static bool Any(T m) { return _mm512_test_epi8_mask(m, m) != 0; }
+  template <int CE>
+  static T Elems16(const uint8_t *c) {
+    if constexpr (CE == 2) return Load(c);
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(c)));
+  }
+  template <int CE>
+  static T Elems32(const uint8_t *c) {
+    __m256i e;
+    if constexpr (CE == 2) {
+      e = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(c));
+    } else {
+      e = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
+    }
+    return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 0, 1, 1, 2, 2, 3, 3),
+                                    _mm512_castsi256_si512(e));
+  }
+};
+#endif
+
+#if defined(__SSE2__)
+// 128-bit registers with SSE2 alone: 8 pixels of 2 bytes, 4 of 4 bytes.
+struct V128 {
+  using T = __m128i;
+  static constexpr int kBytes = 16;
+  static T Load(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const T *>(p)); }
+  static void Store(uint8_t *p, T v) { _mm_storeu_si128(reinterpret_cast<T *>(p), v); }
+  static T Zero() { return _mm_setzero_si128(); }
+  static T Set16(uint32_t v) { return _mm_set1_epi16(static_cast<int16_t>(v)); }
+  static T Set32(uint32_t v) { return _mm_set1_epi32(static_cast<int32_t>(v)); }
+  static T Set64(uint64_t v) { return _mm_set1_epi64x(static_cast<int64_t>(v)); }
+  static T And(T a, T b) { return _mm_and_si128(a, b); }
+  static T AndNot(T a, T b) { return _mm_andnot_si128(a, b); }
+  static T Or(T a, T b) { return _mm_or_si128(a, b); }
+  static T Xor(T a, T b) { return _mm_xor_si128(a, b); }
+  static T AddsU16(T a, T b) { return _mm_adds_epu16(a, b); }
+  static T Mullo16(T a, T b) { return _mm_mullo_epi16(a, b); }
+  static T MulhiU16(T a, T b) { return _mm_mulhi_epu16(a, b); }
+  template <int N>
+  static T Srl16(T a) {
+    return _mm_srli_epi16(a, N);
+  }
+  template <int N>
+  static T Sll16(T a) {
+    return _mm_slli_epi16(a, N);
+  }
+  static T CmpEq16(T a, T b) { return _mm_cmpeq_epi16(a, b); }
+  static T CmpEq32(T a, T b) { return _mm_cmpeq_epi32(a, b); }
+  static T CmpGt16(T a, T b) { return _mm_cmpgt_epi16(a, b); }
+  static T Lo16(T a, T b) { return _mm_unpacklo_epi16(a, b); }
+  static T Select(T m, T a, T b) {
+    return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
+  }
+  static T SwapPairs32(T a) { return _mm_shuffle_epi32(a, 0xB1); }
+  static T LeftPix(T a) { return _mm_shuffle_epi32(a, 0xA0); }
+  static bool Any(T m) { return _mm_movemask_epi8(m) != 0; }
+  template <int CE>
+  static T Elems16(const uint8_t *c) {
+    if constexpr (CE == 2) return Load(c);
+    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const T *>(c)), Zero());
+  }
+  template <int CE>
+  static T Elems32(const uint8_t *c) {
+    if constexpr (CE == 2) return _mm_loadl_epi64(reinterpret_cast<const T *>(c));
+    int32_t four;
+    __builtin_memcpy(&four, c, 4);
+    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(four), Zero());
+  }
+};
+#endif
+
+// a > b for unsigned 16-bit lanes.
+template <class V>
+typename V::T CmpGtU16(typename V::T a, typename V::T b) {
+  auto bias = V::Set16(0x8000);
+  return V::CmpGt16(V::Xor(a, bias), V::Xor(b, bias));
+}
+
+// ---------------------------------------------------------------------------------
+// 16/15-bit pixels, one per 16-bit lane, e the channel elements.
+
+// LightChanPixel: products wrap, the rounding add saturates, fields wrap by masking.
+template <class V, class F>
+typename V::T LightPix(typename V::T p, typename V::T e) {
+  auto k = V::template Srl16<3>(e);
+  auto field = [&](typename V::T c, uint32_t round, uint32_t max) {
+    auto t = V::AddsU16(V::Mullo16(c, k), V::Set16(round));
+    return V::And(V::template Srl16<5>(t), V::Set16(max));
+  };
+  auto r = field(V::template Srl16<F::kRShift>(p), 31, F::kRMax);
+  auto g =
+      field(V::And(V::template Srl16<5>(p), V::Set16(F::kGMax)), kLightGreenRound<F>, F::kGMax);
+  auto b = field(V::And(p, V::Set16(F::kBMax)), 31, F::kBMax);
+  return V::Or(V::Or(V::template Sll16<F::kRShift>(r), V::template Sll16<5>(g)), b);
+}
+
+// DarkleChanPixel (DarkleLane with k = element >> 3).
+template <class V, class F>
+typename V::T DarklePix(typename V::T p, typename V::T e) {
+  auto k = V::template Srl16<3>(e);
+  auto r = V::And(V::template Srl16<F::kRShift>(p), V::Set16(F::kRMax));
+  auto red = V::And(V::template Sll16<F::kRShift - 5>(V::Mullo16(r, k)), V::Set16(F::kR));
+  auto green =
+      V::And(V::Mullo16(V::template Srl16<5>(V::And(p, V::Set16(F::kG))), k), V::Set16(F::kG));
+  auto blue = V::template Srl16<5>(V::Mullo16(V::And(p, V::Set16(F::kB)), k));
+  return V::Or(V::Or(red, green), blue);
+}
+
+// MaskLightLane with k = element >> 3: a product above max x 32 as a signed 16-bit
+// number gives the field's top, otherwise its masked bits.
+template <class V, class F>
+typename V::T MaskLightPix(typename V::T p, typename V::T e) {
+  auto k = V::template Srl16<3>(e);
+  auto field = [&](typename V::T c, uint32_t max) {
+    auto u = V::Mullo16(c, k);
+    auto f = V::And(V::template Srl16<5>(u), V::Set16(max));
+    return V::Select(V::CmpGt16(u, V::Set16(max * 32)), V::Set16(max), f);
+  };
+  auto r = field(V::template Srl16<F::kRShift>(p), F::kRMax);
+  auto g = field(V::And(V::template Srl16<F::kGShift>(p), V::Set16(F::kGMax)), F::kGMax);
+  auto b = field(V::And(p, V::Set16(F::kBMax)), F::kBMax);
+  return V::Or(V::Or(V::template Sll16<F::kRShift>(r), V::template Sll16<F::kGShift>(g)), b);
+}
+
+// Destination pixel i = fn(source pixel i, element i) for whole registers of 16-bit
+// pixels from the left, a key pixel keeping the destination when kKeyed. Each register
+// is loaded before it is stored, so the destination may be the source. Returns the
+// pixels done.
+template <class V, int CE, bool kKeyed, class Fn>
+int64_t Rows16(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key, Fn fn) {
+  constexpr int kN = V::kBytes / 2;
+  const auto k = V::Set16(key & 0xFFFF);
+  int64_t i = 0;
+  for (; i + kN <= count; i += kN) {
+    auto p = V::Load(s + 2 * i);
+    auto v = fn(p, V::template Elems16<CE>(c + CE * i));
+    if constexpr (kKeyed) v = V::Select(V::CmpEq16(p, k), V::Load(d + 2 * i), v);
+    V::Store(d + 2 * i, v);
+  }
+  return i;
+}
+
+// ---------------------------------------------------------------------------------
+// 3- and 4-byte pixels held in 32-bit lanes, worked on as bytes in 16-bit lanes.
+
+// Each pixel's element in both 16-bit halves of its 32-bit lane.
+template <class V, int CE>
+typename V::T ElemsPix(const uint8_t *c) {
+  auto e = V::template Elems32<CE>(c);
+  return V::Lo16(e, e);
+}
+
+// The Light byte formula (LightChanByte16) on one byte a 16-bit lane, c the factor:
+// 255 when the high half of v x c is above 0, except in the lanes of `signedF` (a
+// pixel of a drawn pair) whose factor is 0x8000 or more (that product never
+// saturates); otherwise bits 8..15 of the product.
+template <class V>
+typename V::T LightByteLanes(typename V::T v, typename V::T c, typename V::T noSat) {
+  auto lo = V::Mullo16(v, c), hi = V::MulhiU16(v, c);
+  auto sat = V::AndNot(noSat, V::CmpGt16(hi, V::Zero()));
+  return V::Or(V::template Srl16<8>(lo), V::And(sat, V::Set16(0xFF)));
+}
+// Bytes 0..2 of 4-byte pixels by the Light byte formula with each pixel's factor in
+// both halves of its lane (ElemsPix); the fourth byte comes out 0.
+template <class V>
+typename V::T LightPixBytes(typename V::T px, typename V::T c, typename V::T signedF) {
+  auto noSat = V::And(signedF, V::CmpGt16(V::Zero(), c));
+  auto even = LightByteLanes<V>(V::And(px, V::Set16(0xFF)), c, noSat);
+  auto odd = LightByteLanes<V>(V::template Srl16<8>(px), c, noSat);
+  return V::And(V::Or(even, V::template Sll16<8>(odd)), V::Set32(kColourBytes));
+}
+// All four bytes by DarkleByte: bits 8..15 of each byte's wrapped product.
+template <class V>
+typename V::T DarklePixBytes(typename V::T px, typename V::T c) {
+  auto even = V::template Srl16<8>(V::Mullo16(V::And(px, V::Set16(0xFF)), c));
+  auto odd = V::And(V::Mullo16(V::template Srl16<8>(px), c), V::Set16(0xFF00));
+  return V::Or(even, odd);
+}
+
+// The key mask of pixels in 32-bit lanes: bytes 0..2 equal to the key's.
+template <class V>
+typename V::T KeyMask32(typename V::T px, uint32_t key) {
+  return V::CmpEq32(V::And(px, V::Set32(kColourBytes)), V::Set32(key & kColourBytes));
+}
+
+}  // namespace vec
+}  // namespace bright
+RK_NS_END
