@@ -36,6 +36,7 @@ struct V256 {
   static T AddsU16(T a, T b) { return _mm256_adds_epu16(a, b); }
   static T Mullo16(T a, T b) { return _mm256_mullo_epi16(a, b); }
   static T MulhiU16(T a, T b) { return _mm256_mulhi_epu16(a, b); }
+  static T MinU16(T a, T b) { return _mm256_min_epu16(a, b); }
   template <int N>
   static T Srl16(T a) {
     return _mm256_srli_epi16(a, N);
@@ -92,6 +93,7 @@ struct V512 {
   static T AddsU16(T a, T b) { return _mm512_adds_epu16(a, b); }
   static T Mullo16(T a, T b) { return _mm512_mullo_epi16(a, b); }
   static T MulhiU16(T a, T b) { return _mm512_mulhi_epu16(a, b); }
+  static T MinU16(T a, T b) { return _mm512_min_epu16(a, b); }
   template <int N>
   static T Srl16(T a) {
     return _mm512_srli_epi16(a, N);
@@ -145,6 +147,7 @@ struct V128 {
   static T AddsU16(T a, T b) { return _mm_adds_epu16(a, b); }
   static T Mullo16(T a, T b) { return _mm_mullo_epi16(a, b); }
   static T MulhiU16(T a, T b) { return _mm_mulhi_epu16(a, b); }
+  static T MinU16(T a, T b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
   template <int N>
   static T Srl16(T a) {
     return _mm_srli_epi16(a, N);
@@ -188,47 +191,58 @@ typename V::T CmpGtU16(typename V::T a, typename V::T b) {
 // ---------------------------------------------------------------------------------
 // 16/15-bit pixels, one per 16-bit lane, e the channel elements.
 
+// The formulas below keep shifts few (two ports) by leaving fields in place where the
+// arithmetic allows and shifting right through the multiplier: MulhiU16(x, 1 << (16 - n))
+// is x >> n.
+
 // LightChanPixel: products wrap, the rounding add saturates, fields wrap by masking.
+// A rounded field t lands in place as (t >> 5 & max) << shift, which is t shifted left
+// by shift - 5 and masked (green, at shift 5, is t masked).
 template <class V, class F>
 typename V::T LightPix(typename V::T p, typename V::T e) {
   auto k = V::template Srl16<3>(e);
-  auto field = [&](typename V::T c, uint32_t round, uint32_t max) {
-    auto t = V::AddsU16(V::Mullo16(c, k), V::Set16(round));
-    return V::And(V::template Srl16<5>(t), V::Set16(max));
-  };
-  auto r = field(V::template Srl16<F::kRShift>(p), 31, F::kRMax);
-  auto g =
-      field(V::And(V::template Srl16<5>(p), V::Set16(F::kGMax)), kLightGreenRound<F>, F::kGMax);
-  auto b = field(V::And(p, V::Set16(F::kBMax)), 31, F::kBMax);
-  return V::Or(V::Or(V::template Sll16<F::kRShift>(r), V::template Sll16<5>(g)), b);
+  auto r = V::template Srl16<F::kRShift>(p);  // depth 15: bit 15 enters red
+  auto g = V::MulhiU16(V::And(p, V::Set16(F::kG)), V::Set16(1u << (16 - F::kGShift)));
+  auto b = V::And(p, V::Set16(F::kB));
+  auto tr = V::AddsU16(V::Mullo16(r, k), V::Set16(31));
+  auto tg = V::AddsU16(V::Mullo16(g, k), V::Set16(kLightGreenRound<F>));
+  auto tb = V::AddsU16(V::Mullo16(b, k), V::Set16(31));
+  auto red = V::And(V::template Sll16<F::kRShift - 5>(tr), V::Set16(F::kR));
+  auto green = V::And(tg, V::Set16(F::kG));
+  auto blue = V::And(V::template Srl16<5>(tb), V::Set16(F::kB));
+  return V::Or(V::Or(red, green), blue);
 }
 
-// DarkleChanPixel (DarkleLane with k = element >> 3).
+// DarkleChanPixel (DarkleLane with k = element >> 3, at most 31 for a channel byte).
+// With k11 = k << 11, MulhiU16(field in place, k11) is the field times k shifted right
+// by 16 - 11 - (the field's shift): for blue (x k) >> 5, for green and red the product
+// in place; no product reaches past 16 bits, so the masks cut exactly what the
+// per-field formula keeps.
 template <class V, class F>
 typename V::T DarklePix(typename V::T p, typename V::T e) {
-  auto k = V::template Srl16<3>(e);
-  auto r = V::And(V::template Srl16<F::kRShift>(p), V::Set16(F::kRMax));
-  auto red = V::And(V::template Sll16<F::kRShift - 5>(V::Mullo16(r, k)), V::Set16(F::kR));
-  auto green =
-      V::And(V::Mullo16(V::template Srl16<5>(V::And(p, V::Set16(F::kG))), k), V::Set16(F::kG));
-  auto blue = V::template Srl16<5>(V::Mullo16(V::And(p, V::Set16(F::kB)), k));
+  auto k11 = V::template Sll16<8>(V::And(e, V::Set16(0xF8)));
+  auto red = V::And(V::MulhiU16(V::And(p, V::Set16(F::kR)), k11), V::Set16(F::kR));
+  auto green = V::And(V::MulhiU16(V::And(p, V::Set16(F::kG)), k11), V::Set16(F::kG));
+  auto blue = V::MulhiU16(V::And(p, V::Set16(F::kB)), k11);
   return V::Or(V::Or(red, green), blue);
 }
 
 // MaskLightLane with k = element >> 3: a product above max x 32 as a signed 16-bit
-// number gives the field's top, otherwise its masked bits.
+// number gives the field's top, otherwise its masked bits. The all-ones compare result
+// ORed in before the field's mask gives the top.
 template <class V, class F>
 typename V::T MaskLightPix(typename V::T p, typename V::T e) {
   auto k = V::template Srl16<3>(e);
-  auto field = [&](typename V::T c, uint32_t max) {
-    auto u = V::Mullo16(c, k);
-    auto f = V::And(V::template Srl16<5>(u), V::Set16(max));
-    return V::Select(V::CmpGt16(u, V::Set16(max * 32)), V::Set16(max), f);
-  };
-  auto r = field(V::template Srl16<F::kRShift>(p), F::kRMax);
-  auto g = field(V::And(V::template Srl16<F::kGShift>(p), V::Set16(F::kGMax)), F::kGMax);
-  auto b = field(V::And(p, V::Set16(F::kBMax)), F::kBMax);
-  return V::Or(V::Or(V::template Sll16<F::kRShift>(r), V::template Sll16<F::kGShift>(g)), b);
+  auto over = [&](typename V::T u, uint32_t max) { return V::CmpGt16(u, V::Set16(max * 32)); };
+  auto ur = V::Mullo16(V::template Srl16<F::kRShift>(p), k);
+  auto ug =
+      V::Mullo16(V::MulhiU16(V::And(p, V::Set16(F::kG)), V::Set16(1u << (16 - F::kGShift))), k);
+  auto ub = V::Mullo16(V::And(p, V::Set16(F::kB)), k);
+  auto red =
+      V::And(V::Or(V::template Sll16<F::kRShift - 5>(ur), over(ur, F::kRMax)), V::Set16(F::kR));
+  auto green = V::And(V::Or(ug, over(ug, F::kGMax)), V::Set16(F::kG));
+  auto blue = V::And(V::Or(V::template Srl16<5>(ub), over(ub, F::kBMax)), V::Set16(F::kB));
+  return V::Or(V::Or(red, green), blue);
 }
 
 // Destination pixel i = fn(source pixel i, element i) for whole registers of 16-bit
@@ -259,23 +273,23 @@ typename V::T ElemsPix(const uint8_t *c) {
   return V::Lo16(e, e);
 }
 
-// The Light byte formula (LightChanByte16) on one byte a 16-bit lane, c the factor:
-// 255 when the high half of v x c is above 0, except in the lanes of `signedF` (a
-// pixel of a drawn pair) whose factor is 0x8000 or more (that product never
-// saturates); otherwise bits 8..15 of the product.
-template <class V>
-typename V::T LightByteLanes(typename V::T v, typename V::T c, typename V::T noSat) {
-  auto lo = V::Mullo16(v, c), hi = V::MulhiU16(v, c);
-  auto sat = V::AndNot(noSat, V::CmpGt16(hi, V::Zero()));
-  return V::Or(V::template Srl16<8>(lo), V::And(sat, V::Set16(0xFF)));
-}
-// Bytes 0..2 of 4-byte pixels by the Light byte formula with each pixel's factor in
-// both halves of its lane (ElemsPix); the fourth byte comes out 0.
-template <class V>
+// Bytes 0..2 of 4-byte pixels by the Light byte formula (LightChanByte16), with each
+// pixel's factor c in both halves of its lane (ElemsPix). MulhiU16(byte << 8, c) is
+// (v x c) >> 8: min(that, 255) for a pixel drawn alone or a factor below 0x8000; in
+// the lanes of `signedF` (a pixel of a drawn pair) with a factor of 0x8000 or more the
+// product never reaches the top and its bits 8..15 are kept. The fourth byte is 0.
+template <class V, bool kAnySigned = true>
 typename V::T LightPixBytes(typename V::T px, typename V::T c, typename V::T signedF) {
-  auto noSat = V::And(signedF, V::CmpGt16(V::Zero(), c));
-  auto even = LightByteLanes<V>(V::And(px, V::Set16(0xFF)), c, noSat);
-  auto odd = LightByteLanes<V>(V::template Srl16<8>(px), c, noSat);
+  auto keep = V::Set16(0xFFFF);
+  if constexpr (kAnySigned) {
+    auto wraps = V::And(signedF, V::CmpGt16(V::Zero(), c));
+    keep = V::Xor(keep, V::And(wraps, V::Set16(0xFF00)));
+  }
+  auto byte = [&](typename V::T v8) {
+    return V::MinU16(V::And(V::MulhiU16(v8, c), keep), V::Set16(255));
+  };
+  auto even = byte(V::template Sll16<8>(px));
+  auto odd = byte(V::And(px, V::Set16(0xFF00)));
   return V::And(V::Or(even, V::template Sll16<8>(odd)), V::Set32(kColourBytes));
 }
 // All four bytes by DarkleByte: bits 8..15 of each byte's wrapped product.
