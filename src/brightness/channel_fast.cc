@@ -237,17 +237,29 @@ using VB = vec::V128;
 
 #if defined(RK_CHAN_VEC)
 // 4-byte pixels in whole registers from the left: each register of pixels becomes
-// fn(V{}, pixels, elements (ElemsPix), destination (loaded when kReadDst), first
-// pixel). Loaded before stored, so the destination may be the source. Returns the
-// pixels done.
-template <int CE, bool kReadDst, class Fn>
-int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
+// fn(V{}, pixels, elements (ElemsPix), destination, first pixel). When kKeyed, a key
+// pixel keeps its destination: fn's result there is not stored (AVX-512: a masked
+// store, and fn gets 0 for the destination; otherwise the destination is loaded for
+// fn, which keeps it at the key pixels). Loaded before stored, so the destination may
+// be the source. Returns the pixels done.
+template <int CE, bool kKeyed, class Fn>
+int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count,
+               [[maybe_unused]] uint32_t key, Fn fn) {
   constexpr int kN = VB::kBytes / 4;
   int64_t i = 0;
   for (; i + kN <= count; i += kN) {
     auto px = VB::Load(s + 4 * i);
-    auto o = kReadDst ? VB::Load(d + 4 * i) : VB::Zero();
-    VB::Store(d + 4 * i, fn(VB{}, px, vec::ElemsPix<VB, CE>(c + CE * i), o, i));
+    auto e = vec::ElemsPix<VB, CE>(c + CE * i);
+#if defined(__AVX512BW__)
+    if constexpr (kKeyed) {
+      __mmask16 drawn = _mm512_cmpneq_epi32_mask(_mm512_and_si512(px, VB::Set32(kColourBytes)),
+                                                 VB::Set32(key & kColourBytes));
+      _mm512_mask_storeu_epi32(d + 4 * i, drawn, fn(VB{}, px, e, VB::Zero(), i));
+      continue;
+    }
+#endif
+    auto o = kKeyed ? VB::Load(d + 4 * i) : VB::Zero();
+    VB::Store(d + 4 * i, fn(VB{}, px, e, o, i));
   }
   return i;
 }
@@ -351,7 +363,7 @@ void FastLightChanBytes(const RowArgs &r) {
 #endif
   } else {
 #if defined(RK_CHAN_VEC)
-    i = Rows32<2, false>(r.d, r.s, r.c, 2 * Pairs(r), vecFn);
+    i = Rows32<2, false>(r.d, r.s, r.c, 2 * Pairs(r), 0, vecFn);
 #endif
     MapRowChan<4, 2>(r.d + 4 * i, r.s + 4 * i, r.c + 2 * i, Pairs(r) * 2 - i,
                      [](uint32_t px, uint32_t c) { return LightChanPair(px, c); });
@@ -391,7 +403,7 @@ void FastDarkleChan24(const RowArgs &r) {
 void FastDarkleChan32(const RowArgs &r) {
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
-  i = Rows32<1, false>(r.d, r.s, r.c, r.w, [](auto v, auto px, auto e, auto, int64_t) {
+  i = Rows32<1, false>(r.d, r.s, r.c, r.w, 0, [](auto v, auto px, auto e, auto, int64_t) {
     return vec::DarklePixBytes<decltype(v)>(px, e);
   });
 #endif
@@ -450,7 +462,7 @@ void FastMaskLightChan32(const RowArgs &r) {
   if (r.w & 1) KeyedLone<4>(Chan<4, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
-  i = Rows32<2, true>(r.d, r.s, r.c, 2 * Pairs(r),
+  i = Rows32<2, true>(r.d, r.s, r.c, 2 * Pairs(r), r.b,
                       [key = r.b](auto v, auto px, auto e, auto o, int64_t) {
                         return MaskLightPairsVec<decltype(v)>(px, e, o, key);
                       });
@@ -550,7 +562,7 @@ void FastMaskDarkleChan32(const RowArgs &r) {
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
   // A pixel drawn alone (its partner the key) writes its fourth byte as 0.
-  i = Rows32<1, true>(r.d, r.s, r.c, 2 * Pairs(r),
+  i = Rows32<1, true>(r.d, r.s, r.c, 2 * Pairs(r), r.b,
                       [key = r.b](auto tag, auto px, auto e, auto o, int64_t) {
                         using V = decltype(tag);
                         auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);

@@ -51,6 +51,8 @@ struct V256 {
   static T Lo16(T a, T b) { return _mm256_unpacklo_epi16(a, b); }
   static T Select(T m, T a, T b) { return _mm256_blendv_epi8(b, a, m); }  // m ? a : b
   static T SwapPairs32(T a) { return _mm256_shuffle_epi32(a, 0xB1); }
+  static T OrIfGt16(T x, T a, T b) { return Or(x, CmpGt16(a, b)); }  // x | (a > b, signed)
+  static T SelectEq16(T a, T b, T yes, T no) { return Select(CmpEq16(a, b), yes, no); }
   static T LeftPix(T a) { return _mm256_shuffle_epi32(a, 0xA0); }  // 32-bit lanes 0,0,2,2
   static bool Any(T m) { return _mm256_movemask_epi8(m) != 0; }
   // kBytes / 2 channel elements of CE bytes as 16-bit lanes, in order.
@@ -108,6 +110,13 @@ struct V512 {
   static T Lo16(T a, T b) { return _mm512_unpacklo_epi16(a, b); }
   static T Select(T m, T a, T b) { return _mm512_ternarylogic_epi32(m, a, b, 0xCA); }
   static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
+  // Compares into mask registers, used directly.
+  static T OrIfGt16(T x, T a, T b) {
+    return _mm512_mask_mov_epi16(x, _mm512_cmpgt_epi16_mask(a, b), _mm512_set1_epi16(-1));
+  }
+  static T SelectEq16(T a, T b, T yes, T no) {
+    return _mm512_mask_blend_epi16(_mm512_cmpeq_epi16_mask(a, b), no, yes);
+  }
   static T LeftPix(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CCAA); }
   static bool Any(T m) { return _mm512_test_epi8_mask(m, m) != 0; }
   template <int CE>
@@ -164,6 +173,8 @@ struct V128 {
     return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
   }
   static T SwapPairs32(T a) { return _mm_shuffle_epi32(a, 0xB1); }
+  static T OrIfGt16(T x, T a, T b) { return Or(x, CmpGt16(a, b)); }
+  static T SelectEq16(T a, T b, T yes, T no) { return Select(CmpEq16(a, b), yes, no); }
   static T LeftPix(T a) { return _mm_shuffle_epi32(a, 0xA0); }
   static bool Any(T m) { return _mm_movemask_epi8(m) != 0; }
   template <int CE>
@@ -233,15 +244,17 @@ typename V::T DarklePix(typename V::T p, typename V::T e) {
 template <class V, class F>
 typename V::T MaskLightPix(typename V::T p, typename V::T e) {
   auto k = V::template Srl16<3>(e);
-  auto over = [&](typename V::T u, uint32_t max) { return V::CmpGt16(u, V::Set16(max * 32)); };
+  // x with the all-ones of u above max x 32 ORed in.
+  auto over = [&](typename V::T x, typename V::T u, uint32_t max) {
+    return V::OrIfGt16(x, u, V::Set16(max * 32));
+  };
   auto ur = V::Mullo16(V::template Srl16<F::kRShift>(p), k);
   auto ug =
       V::Mullo16(V::MulhiU16(V::And(p, V::Set16(F::kG)), V::Set16(1u << (16 - F::kGShift))), k);
   auto ub = V::Mullo16(V::And(p, V::Set16(F::kB)), k);
-  auto red =
-      V::And(V::Or(V::template Sll16<F::kRShift - 5>(ur), over(ur, F::kRMax)), V::Set16(F::kR));
-  auto green = V::And(V::Or(ug, over(ug, F::kGMax)), V::Set16(F::kG));
-  auto blue = V::And(V::Or(V::template Srl16<5>(ub), over(ub, F::kBMax)), V::Set16(F::kB));
+  auto red = V::And(over(V::template Sll16<F::kRShift - 5>(ur), ur, F::kRMax), V::Set16(F::kR));
+  auto green = V::And(over(ug, ug, F::kGMax), V::Set16(F::kG));
+  auto blue = V::And(over(V::template Srl16<5>(ub), ub, F::kBMax), V::Set16(F::kB));
   return V::Or(V::Or(red, green), blue);
 }
 
@@ -257,7 +270,13 @@ int64_t Rows16(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, ui
   for (; i + kN <= count; i += kN) {
     auto p = V::Load(s + 2 * i);
     auto v = fn(p, V::template Elems16<CE>(c + CE * i));
-    if constexpr (kKeyed) v = V::Select(V::CmpEq16(p, k), V::Load(d + 2 * i), v);
+#if defined(__AVX512BW__)
+    if constexpr (kKeyed && V::kBytes == 64) {
+      _mm512_mask_storeu_epi16(d + 2 * i, ~_mm512_cmpeq_epi16_mask(p, k), v);
+      continue;
+    }
+#endif
+    if constexpr (kKeyed) v = V::SelectEq16(p, k, V::Load(d + 2 * i), v);
     V::Store(d + 2 * i, v);
   }
   return i;
@@ -269,6 +288,21 @@ int64_t Rows16(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, ui
 // Each pixel's element in both 16-bit halves of its 32-bit lane.
 template <class V, int CE>
 typename V::T ElemsPix(const uint8_t *c) {
+#if defined(__AVX512BW__)
+  if constexpr (V::kBytes == 64) {
+    // One word permute: element i to both words of 32-bit lane i.
+    alignas(64) static constexpr uint16_t kDup[32] = {0,  0,  1,  1,  2,  2,  3,  3,  4,  4,  5,
+                                                      5,  6,  6,  7,  7,  8,  8,  9,  9,  10, 10,
+                                                      11, 11, 12, 12, 13, 13, 14, 14, 15, 15};
+    __m256i e;
+    if constexpr (CE == 2) {
+      e = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(c));
+    } else {
+      e = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
+    }
+    return _mm512_permutexvar_epi16(_mm512_load_si512(kDup), _mm512_castsi256_si512(e));
+  }
+#endif
   auto e = V::template Elems32<CE>(c);
   return V::Lo16(e, e);
 }
