@@ -357,9 +357,11 @@ template <int Bpp>
 void FastLightChanBytes(const RowArgs &r) {
   auto x = Chan<Bpp, 2>(Raw(r));
   if (r.w & 1) ChanUnit<1>(x, r.w - 1, LightChanLone);
+#if defined(RK_CHAN_VEC)
   [[maybe_unused]] auto vecFn = [](auto v, auto px, auto e, auto, int64_t) {
     return LightPairsVec<decltype(v)>(px, e);
   };
+#endif
   int64_t i = 0;
   if constexpr (Bpp == 3) {
 #if defined(__AVX2__)

@@ -311,7 +311,7 @@ typename V::T ElemsPix(const uint8_t *c) {
 // pixel's factor c in both halves of its lane (ElemsPix). MulhiU16(byte << 8, c) is
 // (v x c) >> 8: min(that, 255) for a pixel drawn alone or a factor below 0x8000; in
 // the lanes of `signedF` (a pixel of a drawn pair) with a factor of 0x8000 or more the
-// product never reaches the top and its bits 8..15 are kept. The fourth byte is 0.
+// product never reaches the top and its bits 8..15 are kept. The fourth byte comes out 0.
 template <class V, bool kAnySigned = true>
 typename V::T LightPixBytes(typename V::T px, typename V::T c, typename V::T signedF) {
   auto keep = V::Set16(0xFFFF);
@@ -322,9 +322,11 @@ typename V::T LightPixBytes(typename V::T px, typename V::T c, typename V::T sig
   auto byte = [&](typename V::T v8) {
     return V::MinU16(V::And(V::MulhiU16(v8, c), keep), V::Set16(255));
   };
+  // Byte 3 enters the odd words as 0 (and comes out 0); byte 3 leaves the even words
+  // through the shift.
   auto even = byte(V::template Sll16<8>(px));
-  auto odd = byte(V::And(px, V::Set16(0xFF00)));
-  return V::And(V::Or(even, V::template Sll16<8>(odd)), V::Set32(kColourBytes));
+  auto odd = byte(V::And(px, V::Set32(0x0000FF00)));
+  return V::Or(even, V::template Sll16<8>(odd));
 }
 // All four bytes by DarkleByte: bits 8..15 of each byte's wrapped product.
 template <class V>
