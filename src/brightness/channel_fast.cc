@@ -244,29 +244,26 @@ using VB = vec::V128;
 
 #if defined(RK_CHAN_VEC)
 // 4-byte pixels in whole registers from the left: each register of pixels becomes
-// fn(V{}, pixels, elements (ElemsPix), destination, first pixel). When kKeyed, a key
-// pixel keeps its destination: fn's result there is not stored (AVX-512: a masked
-// store, and fn gets 0 for the destination; otherwise the destination is loaded for
-// fn, which keeps it at the key pixels). Loaded before stored, so the destination may
-// be the source. Returns the pixels done.
+// fn(V{}, pixels, elements (ElemsPix), first pixel). When kKeyed, fn returns a Kept
+// register and the lanes it keeps are not stored (AVX-512: a masked store). Loaded
+// before stored, so the destination may be the source. Returns the pixels done.
 template <int CE, bool kKeyed, class Fn>
-int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count,
-               [[maybe_unused]] uint32_t key, Fn fn) {
+int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
   constexpr int kN = VB::kBytes / 4;
   int64_t i = 0;
   for (; i + kN <= count; i += kN) {
-    auto px = VB::Load(s + 4 * i);
-    auto e = vec::ElemsPix<VB, CE>(c + CE * i);
+    auto out = fn(VB{}, VB::Load(s + 4 * i), vec::ElemsPix<VB, CE>(c + CE * i), i);
+    uint8_t *p = d + 4 * i;
+    if constexpr (!kKeyed) {
+      VB::Store(p, out);
+    } else {
 #if defined(__AVX512BW__)
-    if constexpr (kKeyed) {
-      __mmask16 drawn = _mm512_cmpneq_epi32_mask(_mm512_and_si512(px, VB::Set32(kColourBytes)),
-                                                 VB::Set32(key & kColourBytes));
-      _mm512_mask_storeu_epi32(d + 4 * i, drawn, fn(VB{}, px, e, VB::Zero(), i));
-      continue;
-    }
+      _mm512_mask_storeu_epi32(p, ~_mm512_movepi32_mask(out.keep), out.v);
+#else
+      vec::StoreKept<VB>(
+          out, [&] { return VB::Load(p); }, [&](VB::T x) { VB::Store(p, x); });
 #endif
-    auto o = kKeyed ? VB::Load(d + 4 * i) : VB::Zero();
-    VB::Store(d + 4 * i, fn(VB{}, px, e, o, i));
+    }
   }
   return i;
 }
@@ -276,12 +273,25 @@ int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count,
 // 3-byte pixels gathered into 32-bit lanes (the fourth byte 0), 16 a step with
 // AVX-512BW and 8 with AVX2, for fn as Rows32 has them, and packed back. A step reads
 // 16 (8) bytes past its pixels, so steps run while that much of the row remains.
-template <int CE, bool kReadDst, class Fn>
+template <int CE, bool kKeyed, class Fn>
 int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
   const __m128i gather128 =
       _mm_setr_epi8(0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128);
   const __m128i pack128 =
       _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128);
+  // The result, or with kKeyed the Kept result blended with the destination where kept
+  // (ok false: nothing to store).
+  auto result = [](auto tag, auto out, auto dst, bool &ok) {
+    using V = decltype(tag);
+    ok = true;
+    if constexpr (!kKeyed) {
+      return out;
+    } else {
+      uint64_t bits = V::Bits(out.keep);
+      ok = bits != V::kAll;
+      return bits == 0 || !ok ? out.v : V::Select(out.keep, dst(), out.v);
+    }
+  };
   int64_t i = 0;
 #if defined(__AVX512BW__)
   using V = vec::V512;
@@ -292,8 +302,11 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
     return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(split, _mm512_loadu_si512(p)), gather);
   };
   for (; 3 * i + 64 <= 3 * count; i += 16) {
-    auto o = kReadDst ? expand(d + 3 * i) : V::Zero();
-    __m512i v = fn(V{}, expand(s + 3 * i), vec::ElemsPix<V, CE>(c + CE * i), o, i);
+    bool ok;
+    __m512i v = result(
+        V{}, fn(V{}, expand(s + 3 * i), vec::ElemsPix<V, CE>(c + CE * i), i),
+        [&] { return expand(d + 3 * i); }, ok);
+    if (!ok) continue;
     v = _mm512_permutexvar_epi32(join, _mm512_shuffle_epi8(v, pack));
     _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 3 * i), _mm512_castsi512_si256(v));
     _mm_storeu_si128(reinterpret_cast<__m128i *>(d + 3 * i + 32), _mm512_extracti32x4_epi32(v, 2));
@@ -309,8 +322,11 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
     return _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split8), gather8);
   };
   for (; 3 * i + 32 <= 3 * count; i += 8) {
-    auto o = kReadDst ? expand8(d + 3 * i) : W::Zero();
-    __m256i v = fn(W{}, expand8(s + 3 * i), vec::ElemsPix<W, CE>(c + CE * i), o, i);
+    bool ok;
+    __m256i v = result(
+        W{}, fn(W{}, expand8(s + 3 * i), vec::ElemsPix<W, CE>(c + CE * i), i),
+        [&] { return expand8(d + 3 * i); }, ok);
+    if (!ok) continue;
     v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack8), join8);
     _mm_storeu_si128(reinterpret_cast<__m128i *>(d + 3 * i), _mm256_castsi256_si128(v));
     _mm_storel_epi64(reinterpret_cast<__m128i *>(d + 3 * i + 16), _mm256_extracti128_si256(v, 1));
@@ -329,11 +345,11 @@ typename V::T LightPairsVec(typename V::T px, typename V::T e) {
 // Keyed pairs of Light: a key keeps the destination; a pixel whose partner is the key
 // takes the pair's left element unsigned; a pixel of a drawn pair its own, signed.
 template <class V>
-typename V::T MaskLightPairsVec(typename V::T px, typename V::T e, typename V::T o, uint32_t key) {
+vec::Kept<V> MaskLightPairsVec(typename V::T px, typename V::T e, uint32_t key) {
   auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
   auto c = V::Select(kp, V::LeftPix(e), e);
   auto both = V::AndNot(V::Or(k, kp), V::Set32(~0u));
-  return V::Select(k, o, vec::LightPixBytes<V>(px, c, both));
+  return {vec::LightPixBytes<V>(px, c, both), k};
 }
 #endif
 
@@ -358,7 +374,7 @@ void FastLightChanBytes(const RowArgs &r) {
   auto x = Chan<Bpp, 2>(Raw(r));
   if (r.w & 1) ChanUnit<1>(x, r.w - 1, LightChanLone);
 #if defined(RK_CHAN_VEC)
-  [[maybe_unused]] auto vecFn = [](auto v, auto px, auto e, auto, int64_t) {
+  [[maybe_unused]] auto vecFn = [](auto v, auto px, auto e, int64_t) {
     return LightPairsVec<decltype(v)>(px, e);
   };
 #endif
@@ -372,7 +388,7 @@ void FastLightChanBytes(const RowArgs &r) {
 #endif
   } else {
 #if defined(RK_CHAN_VEC)
-    i = Rows32<2, false>(r.d, r.s, r.c, 2 * Pairs(r), 0, vecFn);
+    i = Rows32<2, false>(r.d, r.s, r.c, 2 * Pairs(r), vecFn);
 #endif
     MapRowChan<4, 2>(r.d + 4 * i, r.s + 4 * i, r.c + 2 * i, Pairs(r) * 2 - i,
                      [](uint32_t px, uint32_t c) { return LightChanPair(px, c); });
@@ -396,11 +412,10 @@ void FastDarkleChan24(const RowArgs &r) {
   DarkleChan24Lone(Raw(r));
 #if defined(__AVX2__)
   // Only bytes 0 and 2 of a pair's left pixel and byte 1 of its right pixel are kept.
-  int64_t i =
-      Rows24<1, false>(r.d, r.s, r.c, 2 * Pairs(r), [](auto v, auto px, auto e, auto, int64_t) {
-        using V = decltype(v);
-        return V::And(vec::DarklePixBytes<V>(px, e), V::Set64(0x0000FF0000FF00FFull));
-      });
+  int64_t i = Rows24<1, false>(r.d, r.s, r.c, 2 * Pairs(r), [](auto v, auto px, auto e, int64_t) {
+    using V = decltype(v);
+    return V::And(vec::DarklePixBytes<V>(px, e), V::Set64(0x0000FF0000FF00FFull));
+  });
   auto x = Chan<3, 1>(Raw(r));
   for (int64_t col = i; col < 2 * Pairs(r); ++col)
     x.Put(col, DarkleChan24PairPixel(x.Src(col), x.Chan(col), col));
@@ -413,7 +428,7 @@ void FastDarkleChan24(const RowArgs &r) {
 void FastDarkleChan32(const RowArgs &r) {
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
-  i = Rows32<1, false>(r.d, r.s, r.c, r.w, 0, [](auto v, auto px, auto e, auto, int64_t) {
+  i = Rows32<1, false>(r.d, r.s, r.c, r.w, [](auto v, auto px, auto e, int64_t) {
     return vec::DarklePixBytes<decltype(v)>(px, e);
   });
 #endif
@@ -449,10 +464,10 @@ void FastMaskLightChan24(const RowArgs &r) {
   auto x = Chan<3, 2>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, LightChanLone);
 #if defined(__AVX2__)
-  int64_t i = Rows24<2, true>(r.d, r.s, r.c, 2 * Pairs(r),
-                              [key = r.b](auto v, auto px, auto e, auto o, int64_t) {
-                                return MaskLightPairsVec<decltype(v)>(px, e, o, key);
-                              });
+  int64_t i =
+      Rows24<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto v, auto px, auto e, int64_t) {
+        return MaskLightPairsVec<decltype(v)>(px, e, key);
+      });
   for (int64_t col = i; col < 2 * Pairs(r); col += 2)
     KeyedPair<3, true, false>(x, col, r.b, LightChanLone, LightChanPair);
 #else
@@ -472,10 +487,9 @@ void FastMaskLightChan32(const RowArgs &r) {
   if (r.w & 1) KeyedLone<4>(Chan<4, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
-  i = Rows32<2, true>(r.d, r.s, r.c, 2 * Pairs(r), r.b,
-                      [key = r.b](auto v, auto px, auto e, auto o, int64_t) {
-                        return MaskLightPairsVec<decltype(v)>(px, e, o, key);
-                      });
+  i = Rows32<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto v, auto px, auto e, int64_t) {
+    return MaskLightPairsVec<decltype(v)>(px, e, key);
+  });
 #endif
   KeyedPairs32<true, 2>(r.d + 4 * i, r.s + 4 * i, r.c + 2 * i, Pairs(r) - i / 2, r.b,
                         [](uint32_t px, uint32_t cAlone, uint32_t c, bool both) {
@@ -514,7 +528,7 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   uint64_t noted[kNoted / 64] = {};
   bool anyOne = false;
   int64_t i = Rows24<1, true>(
-      r.d, r.s, r.c, 2 * Pairs(r), [&, key = r.b](auto v, auto px, auto e, auto o, int64_t at) {
+      r.d, r.s, r.c, 2 * Pairs(r), [&, key = r.b](auto v, auto px, auto e, int64_t at) {
         using V = decltype(v);
         auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
         if (V::Any(V::Xor(k, kp))) {
@@ -522,7 +536,7 @@ void FastMaskDarkleChan24(const RowArgs &r) {
           for (int64_t u = at / 8; u < (at + V::kBytes / 4) / 8 && u < kNoted; ++u)
             noted[u / 64] |= uint64_t{1} << (u % 64);
         }
-        return V::Select(V::Or(k, kp), o, vec::DarklePixBytes<V>(px, e));
+        return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
       });
   for (int64_t col = i; col < 2 * Pairs(r); col += 2) {
     KeyedPairIn q = ReadKeyedPair<3>(x, col, r.b);
@@ -572,13 +586,12 @@ void FastMaskDarkleChan32(const RowArgs &r) {
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
   // A pixel drawn alone (its partner the key) writes its fourth byte as 0.
-  i = Rows32<1, true>(r.d, r.s, r.c, 2 * Pairs(r), r.b,
-                      [key = r.b](auto tag, auto px, auto e, auto o, int64_t) {
-                        using V = decltype(tag);
-                        auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
-                        auto v = vec::DarklePixBytes<V>(px, e);
-                        return V::Select(k, o, V::Select(kp, V::And(v, V::Set32(kColourBytes)), v));
-                      });
+  i = Rows32<1, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto tag, auto px, auto e, int64_t) {
+    using V = decltype(tag);
+    auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
+    auto v = vec::DarklePixBytes<V>(px, e);
+    return vec::Kept<V>{V::Select(kp, V::And(v, V::Set32(kColourBytes)), v), k};
+  });
 #endif
   KeyedPairs32<false, 1>(r.d + 4 * i, r.s + 4 * i, r.c + i, Pairs(r) - i / 2, r.b,
                          [](uint32_t px, uint32_t, uint32_t c, bool both) {

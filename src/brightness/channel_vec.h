@@ -55,6 +55,8 @@ struct V256 {
   static T SelectEq16(T a, T b, T yes, T no) { return Select(CmpEq16(a, b), yes, no); }
   static T LeftPix(T a) { return _mm256_shuffle_epi32(a, 0xA0); }  // 32-bit lanes 0,0,2,2
   static bool Any(T m) { return _mm256_movemask_epi8(m) != 0; }
+  static uint64_t Bits(T m) { return static_cast<uint32_t>(_mm256_movemask_epi8(m)); }
+  static constexpr uint64_t kAll = 0xFFFFFFFFu;  // Bits of an all-ones register
   // kBytes / 2 channel elements of CE bytes as 16-bit lanes, in order.
   template <int CE>
   static T Elems16(const uint8_t *c) {
@@ -119,6 +121,8 @@ struct V512 {
   }
   static T LeftPix(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CCAA); }
   static bool Any(T m) { return _mm512_test_epi8_mask(m, m) != 0; }
+  static uint64_t Bits(T m) { return _mm512_movepi8_mask(m); }
+  static constexpr uint64_t kAll = ~uint64_t{0};
   template <int CE>
   static T Elems16(const uint8_t *c) {
     if constexpr (CE == 2) return Load(c);
@@ -177,6 +181,8 @@ struct V128 {
   static T SelectEq16(T a, T b, T yes, T no) { return Select(CmpEq16(a, b), yes, no); }
   static T LeftPix(T a) { return _mm_shuffle_epi32(a, 0xA0); }
   static bool Any(T m) { return _mm_movemask_epi8(m) != 0; }
+  static uint64_t Bits(T m) { return static_cast<uint32_t>(_mm_movemask_epi8(m)); }
+  static constexpr uint64_t kAll = 0xFFFFu;
   template <int CE>
   static T Elems16(const uint8_t *c) {
     if constexpr (CE == 2) return Load(c);
@@ -258,6 +264,21 @@ typename V::T MaskLightPix(typename V::T p, typename V::T e) {
   return V::Or(V::Or(red, green), blue);
 }
 
+// A register of results and the lanes (all-ones) that keep the destination instead.
+template <class V>
+struct Kept {
+  typename V::T v, keep;
+};
+// Stores a Kept register through put(): as it is when no lane keeps, not at all when
+// every lane does, else blended with the destination from dst(). Key pixels come in
+// runs in sprites, so most registers take one of the first two.
+template <class V, class Dst, class Put>
+inline void StoreKept(const Kept<V> &k, Dst dst, Put put) {
+  uint64_t bits = V::Bits(k.keep);
+  if (bits == V::kAll) return;
+  put(bits == 0 ? k.v : V::Select(k.keep, dst(), k.v));
+}
+
 // Destination pixel i = fn(source pixel i, element i) for whole registers of 16-bit
 // pixels from the left, a key pixel keeping the destination when kKeyed. Each register
 // is loaded before it is stored, so the destination may be the source. Returns the
@@ -269,15 +290,23 @@ int64_t Rows16(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, ui
   int64_t i = 0;
   for (; i + kN <= count; i += kN) {
     auto p = V::Load(s + 2 * i);
-    auto v = fn(p, V::template Elems16<CE>(c + CE * i));
+    auto e = [&] { return V::template Elems16<CE>(c + CE * i); };
+    if constexpr (!kKeyed) {
+      V::Store(d + 2 * i, fn(p, e()));
+      continue;
+    }
 #if defined(__AVX512BW__)
-    if constexpr (kKeyed && V::kBytes == 64) {
-      _mm512_mask_storeu_epi16(d + 2 * i, ~_mm512_cmpeq_epi16_mask(p, k), v);
+    if constexpr (V::kBytes == 64) {
+      _mm512_mask_storeu_epi16(d + 2 * i, ~_mm512_cmpeq_epi16_mask(p, k), fn(p, e()));
       continue;
     }
 #endif
-    if constexpr (kKeyed) v = V::SelectEq16(p, k, V::Load(d + 2 * i), v);
-    V::Store(d + 2 * i, v);
+    // A register of key pixels only is left alone.
+    auto keep = V::CmpEq16(p, k);
+    if (V::Bits(keep) == V::kAll) continue;
+    StoreKept<V>(
+        {fn(p, e()), keep}, [&] { return V::Load(d + 2 * i); },
+        [&](typename V::T x) { V::Store(d + 2 * i, x); });
   }
   return i;
 }
