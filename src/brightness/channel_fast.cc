@@ -4,11 +4,17 @@
 // units as the reference walks; the body of the row is a plain loop.
 #include <algorithm>
 #include <bit>
+#include <cstring>
 
 #include "brightness/channel_units.h"
 #include "brightness/channel_vec.h"
 #include "brightness/fast_loops.h"
 #include "module/fast.h"
+
+#if defined(__SSE2__)
+// The register forms of channel_vec.h run at this level (AVX-512BW, AVX2 or SSE2).
+#define RK_CHAN_VEC 1
+#endif
 
 #if defined(__AVX512BW__)
 // GCC 12's AVX-512 headers trip its own uninitialised-value warnings once inlined
@@ -105,7 +111,7 @@ inline void Pairs24(const RowArgs &r, Fn fn) {
   });
 }
 
-#if !defined(__AVX2__)
+#if !defined(RK_CHAN_VEC)
 // The keyed 24-bit byte loops, for levels without AVX2 (which has its own rows).
 
 // Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
@@ -173,7 +179,7 @@ inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
   });
 }
 
-#endif  // !defined(__AVX2__)
+#endif  // !defined(RK_CHAN_VEC)
 
 // Keyed 16-bit pixels: destination pixel i keeps its value where source pixel i is the
 // key and becomes fn(source pixel, element) elsewhere, for i < count.
@@ -233,13 +239,10 @@ Row<RawMem> Raw(const RowArgs &r) { return {r, {}, {}, {}}; }
 
 #if defined(__AVX512BW__)
 using VB = vec::V512;
-#define RK_CHAN_VEC 1
 #elif defined(__AVX2__)
 using VB = vec::V256;
-#define RK_CHAN_VEC 1
-#elif defined(__SSE2__)
+#elif defined(RK_CHAN_VEC)
 using VB = vec::V128;
-#define RK_CHAN_VEC 1
 #endif
 
 #if defined(RK_CHAN_VEC)
@@ -269,68 +272,88 @@ int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 }
 #endif
 
-#if defined(__AVX2__)
+#if defined(RK_CHAN_VEC)
 // 3-byte pixels gathered into 32-bit lanes (the fourth byte 0), 16 a step with
-// AVX-512BW and 8 with AVX2, for fn as Rows32 has them, and packed back. A step reads
-// 16 (8) bytes past its pixels, so steps run while that much of the row remains.
+// AVX-512BW, 8 with AVX2 and 4 with SSE2, for fn as Rows32 has them, and packed back. A
+// step reads 16 (8, 4) bytes past its pixels, so steps run while that much of the row
+// remains.
 template <int CE, bool kKeyed, class Fn>
 int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
+  int64_t i = 0;
+  // Steps of V::kBytes / 4 pixels while V::kBytes bytes of the row remain: expand(p)
+  // gathers them, put(p, v) packs and stores them. With kKeyed, fn's Kept result is
+  // stored as it is, not at all, or blended with the destination.
+  auto steps = [&](auto tag, auto expand, auto put) {
+    using V = decltype(tag);
+    for (; 3 * i + V::kBytes <= 3 * count; i += V::kBytes / 4) {
+      uint8_t *p = d + 3 * i;
+      auto out = fn(V{}, expand(s + 3 * i), vec::ElemsPix<V, CE>(c + CE * i), i);
+      if constexpr (!kKeyed) {
+        put(p, out);
+      } else {
+        vec::StoreKept<V>(
+            out, [&] { return expand(p); }, [&](typename V::T v) { put(p, v); });
+      }
+    }
+  };
+#if defined(__AVX2__)
   const __m128i gather128 =
       _mm_setr_epi8(0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128);
   const __m128i pack128 =
       _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128);
-  // The result, or with kKeyed the Kept result blended with the destination where kept
-  // (ok false: nothing to store).
-  auto result = [](auto tag, auto out, auto dst, bool &ok) {
-    using V = decltype(tag);
-    ok = true;
-    if constexpr (!kKeyed) {
-      return out;
-    } else {
-      uint64_t bits = V::Bits(out.keep);
-      ok = bits != V::kAll;
-      return bits == 0 || !ok ? out.v : V::Select(out.keep, dst(), out.v);
-    }
-  };
-  int64_t i = 0;
+#endif
 #if defined(__AVX512BW__)
-  using V = vec::V512;
   const __m512i split = _mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12);
   const __m512i join = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15);
   const __m512i gather = _mm512_broadcast_i32x4(gather128), pack = _mm512_broadcast_i32x4(pack128);
-  auto expand = [&](const uint8_t *p) {
-    return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(split, _mm512_loadu_si512(p)), gather);
-  };
-  for (; 3 * i + 64 <= 3 * count; i += 16) {
-    bool ok;
-    __m512i v = result(
-        V{}, fn(V{}, expand(s + 3 * i), vec::ElemsPix<V, CE>(c + CE * i), i),
-        [&] { return expand(d + 3 * i); }, ok);
-    if (!ok) continue;
-    v = _mm512_permutexvar_epi32(join, _mm512_shuffle_epi8(v, pack));
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 3 * i), _mm512_castsi512_si256(v));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(d + 3 * i + 32), _mm512_extracti32x4_epi32(v, 2));
-  }
+  steps(
+      vec::V512{},
+      [&](const uint8_t *p) {
+        return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(split, _mm512_loadu_si512(p)), gather);
+      },
+      [&](uint8_t *p, __m512i v) {
+        v = _mm512_permutexvar_epi32(join, _mm512_shuffle_epi8(v, pack));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), _mm512_castsi512_si256(v));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 32), _mm512_extracti32x4_epi32(v, 2));
+      });
 #endif
-  using W = vec::V256;
+#if defined(__AVX2__)
   const __m256i split8 = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
   const __m256i join8 = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
   const __m256i gather8 = _mm256_broadcastsi128_si256(gather128),
                 pack8 = _mm256_broadcastsi128_si256(pack128);
-  auto expand8 = [&](const uint8_t *p) {
-    __m256i raw = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
-    return _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split8), gather8);
-  };
-  for (; 3 * i + 32 <= 3 * count; i += 8) {
-    bool ok;
-    __m256i v = result(
-        W{}, fn(W{}, expand8(s + 3 * i), vec::ElemsPix<W, CE>(c + CE * i), i),
-        [&] { return expand8(d + 3 * i); }, ok);
-    if (!ok) continue;
-    v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack8), join8);
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(d + 3 * i), _mm256_castsi256_si128(v));
-    _mm_storel_epi64(reinterpret_cast<__m128i *>(d + 3 * i + 16), _mm256_extracti128_si256(v, 1));
-  }
+  steps(
+      vec::V256{},
+      [&](const uint8_t *p) {
+        __m256i raw = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
+        return _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split8), gather8);
+      },
+      [&](uint8_t *p, __m256i v) {
+        v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack8), join8);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm256_castsi256_si128(v));
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(p + 16), _mm256_extracti128_si256(v, 1));
+      });
+#else
+  // SSE2 has no byte shuffle: pixels 1..3 come down by whole-register byte shifts and
+  // are interleaved; on the way back each 64-bit half joins its two pixels into 6 bytes.
+  const __m128i three = _mm_set1_epi32(0xFFFFFF);
+  const __m128i low = _mm_set1_epi64x(0xFFFFFF), high = _mm_set1_epi64x(0xFFFFFF000000);
+  steps(
+      vec::V128{},
+      [&](const uint8_t *p) {
+        __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+        __m128i a = _mm_unpacklo_epi32(x, _mm_srli_si128(x, 3));
+        __m128i b = _mm_unpacklo_epi32(_mm_srli_si128(x, 6), _mm_srli_si128(x, 9));
+        return _mm_and_si128(_mm_unpacklo_epi64(a, b), three);
+      },
+      [&](uint8_t *p, __m128i v) {
+        __m128i q = _mm_or_si128(_mm_and_si128(v, low), _mm_and_si128(_mm_srli_epi64(v, 8), high));
+        __m128i out = _mm_or_si128(_mm_move_epi64(q), _mm_slli_si128(_mm_srli_si128(q, 8), 6));
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(p), out);
+        auto last = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(out, 8)));
+        std::memcpy(p + 8, &last, 4);
+      });
+#endif
   return i;
 }
 #endif
@@ -380,7 +403,7 @@ void FastLightChanBytes(const RowArgs &r) {
 #endif
   int64_t i = 0;
   if constexpr (Bpp == 3) {
-#if defined(__AVX2__)
+#if defined(RK_CHAN_VEC)
     i = Rows24<2, false>(r.d, r.s, r.c, 2 * Pairs(r), vecFn);
     for (int64_t col = i; col < 2 * Pairs(r); col += 2) ChanUnit<2>(x, col, LightChanPair);
 #else
@@ -410,7 +433,7 @@ void FastDarkleChan1615(const RowArgs &r) {
 
 void FastDarkleChan24(const RowArgs &r) {
   DarkleChan24Lone(Raw(r));
-#if defined(__AVX2__)
+#if defined(__AVX2__)  // with SSE2 alone the byte loop is as fast
   // Only bytes 0 and 2 of a pair's left pixel and byte 1 of its right pixel are kept.
   int64_t i = Rows24<1, false>(r.d, r.s, r.c, 2 * Pairs(r), [](auto v, auto px, auto e, int64_t) {
     using V = decltype(v);
@@ -463,7 +486,7 @@ void FastMaskDarkleChan1615(const RowArgs &r) {
 void FastMaskLightChan24(const RowArgs &r) {
   auto x = Chan<3, 2>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, LightChanLone);
-#if defined(__AVX2__)
+#if defined(RK_CHAN_VEC)
   int64_t i =
       Rows24<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto v, auto px, auto e, int64_t) {
         return MaskLightPairsVec<decltype(v)>(px, e, key);
@@ -519,7 +542,7 @@ void PutMisplaced24(const X &x, const RowArgs &r, int64_t q) {
 void FastMaskDarkleChan24(const RowArgs &r) {
   auto x = Chan<3, 1>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
-#if defined(__AVX2__)
+#if defined(RK_CHAN_VEC)
   // The drawn pairs at their places (a pair with a key keeps its destination here),
   // noting the steps of 8 pixels with a one-key pair (the first kNoted of a row; any
   // further ones, and the pairs after the steps, are looked at again); then the
@@ -533,7 +556,7 @@ void FastMaskDarkleChan24(const RowArgs &r) {
         auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
         if (V::Any(V::Xor(k, kp))) {
           anyOne = true;
-          for (int64_t u = at / 8; u < (at + V::kBytes / 4) / 8 && u < kNoted; ++u)
+          for (int64_t u = at / 8; u <= (at + V::kBytes / 4 - 1) / 8 && u < kNoted; ++u)
             noted[u / 64] |= uint64_t{1} << (u % 64);
         }
         return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
