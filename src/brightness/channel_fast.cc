@@ -1,7 +1,8 @@
 // Channel-member rows whose destination does not overlap their source or channel
 // (or, for members whose every output depends only on the inputs at its place, whose
 // destination is exactly their source). The right-end steps run through the same
-// units as the reference walks; the body of the row is a plain loop.
+// units as the reference walks; the body of the row runs in registers (channel_vec.h)
+// where the level has them, its tail and the other builds as plain loops.
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -112,16 +113,14 @@ inline void Pairs24(const RowArgs &r, Fn fn) {
 }
 
 #if !defined(RK_CHAN_VEC)
-// The keyed 24-bit byte loops, for levels without AVX2 (which has its own rows).
+// The keyed 24-bit byte loops, for builds without the register rows.
 
 // Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
 enum KeyCode : uint8_t { kOwnKey = 1, kOtherKey = 2, kRight = 4 };
 
 // For each byte of `pixels` (an even count) 3-byte pixels its code: kOwnKey when its
 // pixel is the key, kOtherKey when the other pixel of its pair is, kRight when it
-// belongs to the pair's right pixel. Where byte shuffles exist, four pixels at a time
-// (eight with AVX2) are gathered into 32-bit lanes and compared, as long as the 16 (32)
-// bytes read stay within the pixels.
+// belongs to the pair's right pixel.
 inline void KeyCodes24(const uint8_t *__restrict s, int64_t pixels, uint32_t key,
                        uint8_t *__restrict code) {
   for (int64_t i = 0; i < pixels; i += 2) {
@@ -537,8 +536,8 @@ void PutMisplaced24(const X &x, const RowArgs &r, int64_t q) {
 // The drawn pairs first, at their places; then the misplaced pixels of the one-key
 // pairs from the right, each byte written unless it lands on a drawn pair (which the
 // walk from the right would draw over it later: a misplaced pixel never lands right of
-// its own pair). Without AVX-512, chunks without a one-key pair are noted in the first pass (the
-// first 4096 chunks of a row; any further ones are looked at again).
+// its own pair). The first pass notes where the one-key pairs are (the first 4096
+// chunks or steps of a row; any further ones are looked at again).
 void FastMaskDarkleChan24(const RowArgs &r) {
   auto x = Chan<3, 1>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
