@@ -357,6 +357,59 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 }
 #endif
 
+#if defined(__AVX2__)
+// Pixel pairs of 3 bytes as a plain byte stream, 32 pixels (three registers of 32
+// bytes) a step: each register's even and odd bytes are worked on in 16-bit lanes, the
+// element of each byte's pixel shuffled in from a 16-byte window of the channel row
+// loaded for each 128-bit half. Tables: per register and half, the window's first
+// pixel, and the shuffles for the even and the odd bytes.
+template <int CE>
+struct Stream24Tables {
+  int first[3][2];
+  alignas(32) uint8_t even[3][32], odd[3][32];
+  constexpr Stream24Tables() : first{}, even{}, odd{} {
+    for (int j = 0; j < 3; ++j) {
+      for (int h = 0; h < 2; ++h) {
+        int base = 32 * j + 16 * h, start = base / 3;
+        first[j][h] = start;
+        for (int w = 0; w < 8; ++w) {
+          for (int o = 0; o < 2; ++o) {
+            int e = (base + 2 * w + o) / 3 - start;  // the byte's element in the window
+            uint8_t *ctl = o ? odd[j] : even[j];
+            ctl[16 * h + 2 * w] = static_cast<uint8_t>(CE * e);
+            ctl[16 * h + 2 * w + 1] = CE == 2 ? static_cast<uint8_t>(2 * e + 1) : 0x80;
+          }
+        }
+      }
+    }
+  }
+};
+// Steps run while 42 pixels of the row remain (the last window reads up to pixel 41
+// of a step). op(bytes, even elements, odd elements) gives the 32 result bytes; with
+// kOdd false the odd elements are not gathered (0). Returns the pixels done.
+template <int CE, bool kOdd, class Op>
+int64_t Stream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Op op) {
+  static constexpr Stream24Tables<CE> kT{};
+  int64_t i = 0;
+  for (; i + 42 <= count; i += 32) {
+    for (int j = 0; j < 3; ++j) {
+      auto window = [&](int h) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(c + CE * (i + kT.first[j][h])));
+      };
+      __m256i win = _mm256_inserti128_si256(_mm256_castsi128_si256(window(0)), window(1), 1);
+      auto ctl = [](const uint8_t *p) {
+        return _mm256_load_si256(reinterpret_cast<const __m256i *>(p));
+      };
+      __m256i ce = _mm256_shuffle_epi8(win, ctl(kT.even[j]));
+      __m256i co = kOdd ? _mm256_shuffle_epi8(win, ctl(kT.odd[j])) : _mm256_setzero_si256();
+      __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + 3 * i + 32 * j));
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 3 * i + 32 * j), op(x, ce, co));
+    }
+  }
+  return i;
+}
+#endif
+
 #if defined(RK_CHAN_VEC)
 // Pairs of drawn pixels by the Light byte formula, each its own element as a signed
 // factor; the fourth byte 0.
@@ -403,7 +456,20 @@ void FastLightChanBytes(const RowArgs &r) {
   int64_t i = 0;
   if constexpr (Bpp == 3) {
 #if defined(RK_CHAN_VEC)
-    i = Rows24<2, false>(r.d, r.s, r.c, 2 * Pairs(r), vecFn);
+#if defined(__AVX2__)
+    // LightPixBytes on the stream's bytes: every byte of a pair with its own element as
+    // a signed factor.
+    i = Stream24<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [](__m256i b, __m256i ce, __m256i co) {
+      using V = vec::V256;
+      auto byte = [](__m256i v8, __m256i e) {
+        auto keep = V::Xor(V::Set16(0xFFFF), V::And(_mm256_srai_epi16(e, 15), V::Set16(0xFF00)));
+        return V::MinU16(V::And(V::MulhiU16(v8, e), keep), V::Set16(255));
+      };
+      auto even = byte(V::Sll16<8>(b), ce), odd = byte(V::And(b, V::Set16(0xFF00)), co);
+      return V::Or(even, V::Sll16<8>(odd));
+    });
+#endif
+    i += Rows24<2, false>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i, vecFn);
     for (int64_t col = i; col < 2 * Pairs(r); col += 2) ChanUnit<2>(x, col, LightChanPair);
 #else
     Pairs24<2>(r, [](uint32_t v, uint32_t c, int64_t) { return LightChanByte16(v, c, true); });
@@ -433,11 +499,16 @@ void FastDarkleChan1615(const RowArgs &r) {
 void FastDarkleChan24(const RowArgs &r) {
   DarkleChan24Lone(Raw(r));
 #if defined(__AVX2__)  // with SSE2 alone the byte loop is as fast
-  // Only bytes 0 and 2 of a pair's left pixel and byte 1 of its right pixel are kept.
-  int64_t i = Rows24<1, false>(r.d, r.s, r.c, 2 * Pairs(r), [](auto v, auto px, auto e, int64_t) {
-    using V = decltype(v);
-    return V::And(vec::DarklePixBytes<V>(px, e), V::Set64(0x0000FF0000FF00FFull));
+  // Only bytes 0 and 2 of a pair's left pixel and byte 1 of its right pixel are kept:
+  // in the row's bytes from a pair's start, the even ones.
+  int64_t i = Stream24<1, false>(r.d, r.s, r.c, 2 * Pairs(r), [](__m256i b, __m256i ce, __m256i) {
+    return vec::V256::Srl16<8>(vec::V256::Mullo16(vec::V256::And(b, vec::V256::Set16(0xFF)), ce));
   });
+  i += Rows24<1, false>(
+      r.d + 3 * i, r.s + 3 * i, r.c + i, 2 * Pairs(r) - i, [](auto v, auto px, auto e, int64_t) {
+        using V = decltype(v);
+        return V::And(vec::DarklePixBytes<V>(px, e), V::Set64(0x0000FF0000FF00FFull));
+      });
   auto x = Chan<3, 1>(Raw(r));
   for (int64_t col = i; col < 2 * Pairs(r); ++col)
     x.Put(col, DarkleChan24PairPixel(x.Src(col), x.Chan(col), col));
