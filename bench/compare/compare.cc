@@ -11,7 +11,6 @@
 #include <pixman.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -71,10 +70,11 @@ struct Frame {
     for (Buf *b : {&s16, &s24, &s32, &z16, &z32, &d8, &d16, &d24, &d32}) {
       for (size_t i = 0; i < b->size; ++i) b->data()[i] = static_cast<uint8_t>(rng());
     }
-    // A quarter of the 32-bit source pixels carry the key colour (with any fourth byte).
+    // A quarter of the 32-bit source pixels carry the key colour, fourth byte 0 as in a sprite
+    // read from a file (SDL compares that byte too).
     auto *px = reinterpret_cast<uint32_t *>(s32.data());
     for (size_t i = 0; i < Px(); ++i) {
-      if (rng() % 4 == 0) px[i] = (rng() & 0xFF000000u) | kKey;
+      if (rng() % 4 == 0) px[i] = kKey;
     }
     // The alpha plane is made of 16-pixel runs, each all 0, all 255 or random values, in equal
     // shares: like a sprite's mask, with its edges.
@@ -328,29 +328,27 @@ std::vector<Impl> Zoom(Frame &f, int bpp, bool up) {
           {kYuv, yuv}};
 }
 
-const char *const kNoteRounding =
-    "Peers weigh by a/255 and round; rkpix weighs by its own 32nds (565) or 256ths (8888) and "
-    "truncates, so most blended pixels differ by one step.";
-
 const Op kOps[] = {
     {"copy16", "plain copy 16 bpp", "RkBitBlt16", Goal::kParity, 0, &Frame::d16, 2, 0xFFFF,
-     "Identical: bytes are copied.", [](Frame &f) { return Copy(f, 2); }},
+     "The same bytes.", [](Frame &f) { return Copy(f, 2); }},
     {"copy32", "plain copy 32 bpp", "RkBitBlt32", Goal::kParity, 9400, &Frame::d32, 4, 0xFFFFFFFF,
-     "Identical: bytes are copied.", [](Frame &f) { return Copy(f, 4); }},
+     "The same bytes.", [](Frame &f) { return Copy(f, 4); }},
     {"key32", "colour-keyed copy 32 bpp", "RkMaskBitBlt32", Goal::kMuchFaster, 2240, &Frame::d32, 4,
      0xFFFFFF,
-     "Same pixels chosen (key compared on the 3 colour bytes, a quarter of the source keyed); "
-     "SDL may set the fourth byte of the pixels it writes.",
+     "A quarter of the source is the key. rkpix compares the 3 colour bytes, SDL the whole "
+     "XRGB8888 word; the keys carry a fourth byte of 0, so both skip the same pixels.",
      Keyed32},
     {"trans565", "uniform opacity 565", "RkTrans16", Goal::kMuchFaster, 2375, &Frame::d16, 2,
      0xFFFF,
-     "rkpix: opacity 128 is weight 16/32 per 5/6-bit field, truncated. SDL: alpha mod 128 "
-     "(a special case in SDL's 565 path). pixman: OVER with a solid 128/255 mask, rounded.",
+     "rkpix: opacity 128 is weight 16 of 32 on each 5/6-bit field, truncated. SDL: alpha mod "
+     "128 (its pixels come out the same at this opacity). pixman: OVER through a solid 128/255 "
+     "mask on fields widened to 8 bits, rounded.",
      [](Frame &f) { return Opacity(f, 2); }},
     {"trans8888", "uniform opacity 8888", "RkTrans32", Goal::kMuchFaster, 2800, &Frame::d32, 4,
      0xFFFFFF,
-     "rkpix: d + (s - d) * 128/256 per byte, truncated (fourth byte blended too). SDL: alpha mod "
-     "128 of 255. pixman: OVER with a solid 128/255 mask, rounded.",
+     "rkpix: d + (s - d) * 128/256 on every byte, truncated (the fourth byte too). SDL: alpha "
+     "mod 128 (the same colour bytes at this opacity). pixman: OVER through a solid 128/255 "
+     "mask, rounded.",
      [](Frame &f) { return Opacity(f, 4); }},
     {"alpha8888", "alpha through an 8-bit plane, 8888", "RkTransWithChannel32", Goal::kMuchFaster,
      1180, &Frame::d32, 4, 0xFFFFFF,
@@ -365,9 +363,9 @@ const Op kOps[] = {
      [](Frame &f) { return Channel(f, 2); }},
     {"darken32", "darken by a level, 32 bpp", "RkDarkle32", Goal::kMuchFaster, 6300, &Frame::d32, 4,
      0xFFFFFF,
-     "rkpix: every byte * 128/256, truncated (fourth byte too). libyuv ARGBShade 0x80808080: "
-     "byte * 128/255 approximately. SDL colour mod 128: * 128/255. pixman SRC through a solid "
-     "128/255 mask, rounded.",
+     "rkpix: every byte * 128/256, truncated (the fourth byte too). libyuv ARGBShade "
+     "0x80808080: about byte * 128/255. SDL colour mod 128: about * 128/255. pixman: SRC "
+     "through a solid 128/255 mask, rounded.",
      Darken32},
     {"c565to8888", "565 -> 8888", "RkBitConvertColor16ToColor32", Goal::kFaster, 8900, &Frame::d32,
      4, 0xFFFFFF,
@@ -375,7 +373,7 @@ const Op kOps[] = {
      "replicate the high bits into the low ones (-> FF FF FF) and write 255.",
      [](Frame &f) { return Convert(f, kConv[0]); }},
     {"c8888to565", "8888 -> 565", "RkBitConvertColor32ToColor16", Goal::kFaster, 7200, &Frame::d16,
-     2, 0xFFFF, "All truncate the low bits: identical.",
+     2, 0xFFFF, "All truncate the low bits: the same pixels.",
      [](Frame &f) { return Convert(f, kConv[1]); }},
     {"c555to8888", "555 -> 8888", "RkBitConvertColor15ToColor32", Goal::kFaster, 0, &Frame::d32, 4,
      0xFFFFFF,
@@ -391,26 +389,28 @@ const Op kOps[] = {
      4, 0xFFFFFF, "Same colour bytes; rkpix writes the fourth byte 0, the peers 255.",
      [](Frame &f) { return Convert(f, kConv[4]); }},
     {"c8888to24", "8888 -> 24", "RkBitConvertColor32ToColor24", Goal::kFaster, 0, &Frame::d24, 3,
-     0xFFFFFF, "Identical: the fourth byte is dropped.",
+     0xFFFFFF, "The same bytes: the fourth byte is dropped.",
      [](Frame &f) { return Convert(f, kConv[5]); }},
     {"c8888togrey", "8888 -> grey", "RkBitConvertColor32ToTrans", Goal::kFaster, 13500, &Frame::d8,
      1, 0xFF,
-     "rkpix: (77 R + 150 G + 29 B) >> 8, truncated. libyuv ARGBToJ400: the same full-range "
-     "weights, rounded. SDL and pixman have no grey conversion.",
+     "rkpix: (77 R + 150 G + 29 B) >> 8, truncated. libyuv ARGBToJ400: full-range luma, "
+     "rounded. SDL and pixman have no grey conversion.",
      [](Frame &f) { return Convert(f, kConv[6]); }},
     {"up16", "nearest 2x up, 16 bpp", "RkZoom16", Goal::kFaster, 0, &Frame::d16, 2, 0xFFFF,
-     "rkpix samples from the source's top-left corner in 16.16 steps; pixman samples at pixel "
-     "centres; SDL and libyuv choose their own phase. libyuv has no 565 scaler: ScalePlane_16 "
-     "with kFilterNone treats the pixels as 16-bit samples, the same thing for nearest.",
+     "rkpix steps through the source in 16.16 from its top-left pixel; the 2x enlargements of "
+     "all four libraries agree. libyuv has no 565 scaler: ScalePlane_16 with kFilterNone "
+     "treats the pixels as 16-bit samples, which for nearest sampling is the same thing.",
      [](Frame &f) { return Zoom(f, 2, true); }},
     {"down16", "nearest 2x down, 16 bpp", "RkZoom16", Goal::kFaster, 0, &Frame::d16, 2, 0xFFFF,
-     "As 2x up: rkpix keeps even columns and rows; the peers' phases differ (pixman and libyuv "
-     "take odd ones).",
+     "rkpix keeps the even columns and rows, as pixman does; SDL and libyuv sample another "
+     "phase (libyuv: ScalePlane_16 as above).",
      [](Frame &f) { return Zoom(f, 2, false); }},
     {"up32", "nearest 2x up, 32 bpp", "RkZoom32", Goal::kFaster, 13700, &Frame::d32, 4, 0xFFFFFF,
-     "As 16 bpp; libyuv ARGBScale kFilterNone.", [](Frame &f) { return Zoom(f, 4, true); }},
+     "As at 16 bpp; libyuv ARGBScale with kFilterNone.", [](Frame &f) { return Zoom(f, 4, true); }},
     {"down32", "nearest 2x down, 32 bpp", "RkZoom32", Goal::kFaster, 0, &Frame::d32, 4, 0xFFFFFF,
-     "As 16 bpp; libyuv ARGBScale kFilterNone.", [](Frame &f) { return Zoom(f, 4, false); }},
+     "As at 16 bpp: rkpix and pixman keep the even columns and rows; libyuv ARGBScale with "
+     "kFilterNone.",
+     [](Frame &f) { return Zoom(f, 4, false); }},
 };
 
 // ---- Timing ----
@@ -437,8 +437,12 @@ struct Result {
   }
 };
 
+// The time this thread has run: on a machine shared with other programs, time spent waiting
+// for a core is not counted against whichever library happened to be running.
 double Now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
 }
 
 double Quantile(std::vector<double> v, double q) {
@@ -458,10 +462,13 @@ uint32_t PixelAt(const uint8_t *p, int bpp) {
 Result Measure(const Op &op, Frame &f, int rounds, double batchSeconds) {
   std::vector<Impl> impls = op.make(f);
   Result r{&op, f.w, f.h, {}};
-  // Every library once from the same destination contents; outputs compared with rkpix's.
+  // Every library once from the same destination contents (fresh values, not an earlier
+  // operation's output); outputs compared with rkpix's.
   const Buf &d = f.*op.dst;
   size_t px = f.Px(), bytes = px * op.dstBpp;
-  std::vector<uint8_t> start(d.data(), d.data() + bytes);
+  std::mt19937 rng(77);
+  std::vector<uint8_t> start(bytes);
+  for (uint8_t &b : start) b = static_cast<uint8_t>(rng());
   std::vector<std::vector<uint8_t>> out;
   for (Impl &i : impls) {
     std::memcpy(d.data(), start.data(), bytes);
@@ -552,7 +559,9 @@ void WriteMarkdown(const std::string &path, const RunInfo &info, const std::vect
     << "- One thread. Every library works on the same source and destination memory; each "
     << "figure is the median of " << info.rounds << " rounds, a round timing one batch of about "
     << Fixed(info.batchMs, 0) << " ms of every library in turn (order rotated each round), so "
-    << "load from other programs falls on all of them alike.\n"
+    << "load from other programs falls on all of them alike. Times are the thread's own CPU "
+    << "time (time spent waiting for a core is not counted; caches and memory are still "
+    << "shared with the other programs).\n"
     << "- Load average (1, 5, 15 min) before: " << info.loadBefore << "; after: " << info.loadAfter
     << ". *Spread* is the largest interquartile range of "
     << "the rounds of any library in the row, as a share of its median.\n"
@@ -595,12 +604,15 @@ void WriteMarkdown(const std::string &path, const RunInfo &info, const std::vect
     }
     o << "\n";
   }
-  o << "## Identical output pixels, share of the frame equal to rkpix's (1920x1080)\n\n"
+  const Result *most = &rs[0];
+  for (const Result &r : rs) most = r.w * r.h > most->w * most->h ? &r : most;
+  o << "## Identical output pixels, share of the frame equal to rkpix's (" << most->w << "x"
+    << most->h << ")\n\n"
     << "Each library runs once from the same destination contents; colour bits only (the fourth "
     << "byte of 32-bit pixels and bit 15 of 555 pixels are not compared).\n\n"
     << "| Operation | SDL2 | pixman | libyuv |\n|---|--:|--:|--:|\n";
   for (const Result &r : rs) {
-    if (r.w * r.h < 1920 * 1080) continue;
+    if (r.w != most->w || r.h != most->h) continue;
     o << "| " << r.op->label;
     for (int l = kSdl; l < kLibCount; ++l) {
       o << " | " << (r.lib[l].ran ? Fixed(100 * r.lib[l].same, 1) + " %" : "—");
