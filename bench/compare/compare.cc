@@ -2,7 +2,7 @@
 // memory and in one process. Each row of the operation table below names the rkpix call and the
 // peer calls that do the nearest equivalent; the timing loop alternates short batches of every
 // library, round after round, so machine load falls on all of them alike, and reports the median
-// batch of each as Mpix/s. After timing, every library runs once more from the same destination
+// batch of each as Mpix/s. Before timing, every library runs once from the same destination
 // contents and its output is compared with rkpix's, to show how far the arithmetic differs.
 //
 //   rkpix_compare [--rounds N] [--batch-ms M] [--sizes 1920x1080,640x480] [--md FILE] [--dat FILE]
@@ -164,13 +164,18 @@ std::function<void()> RkRows(ConvFn fn, const Buf &dst, int dstBpp, const Buf &s
 
 // ---- The operations ----
 
+// The frame's colour surfaces and the peers' names for them, at 16 (565) or 32 (XRGB8888) bits.
+const Buf &Src(const Frame &f, int bpp) { return bpp == 2 ? f.s16 : f.s32; }
+const Buf &Dst(const Frame &f, int bpp) { return bpp == 2 ? f.d16 : f.d32; }
+Uint32 SdlFormat(int bpp) { return bpp == 2 ? SDL_PIXELFORMAT_RGB565 : SDL_PIXELFORMAT_XRGB8888; }
+pixman_format_code_t PixFormat(int bpp) { return bpp == 2 ? PIXMAN_r5g6b5 : PIXMAN_x8r8g8b8; }
+
 std::vector<Impl> Copy(Frame &f, int bpp) {
   int w = f.w, h = f.h, pitch = w * bpp, stride32 = pitch / 4;
-  const Buf &s = bpp == 2 ? f.s16 : f.s32, &d = bpp == 2 ? f.d16 : f.d32;
+  const Buf &s = Src(f, bpp), &d = Dst(f, bpp);
   RkSurface rs = Rk(s, w, h, bpp), rd = Rk(d, w, h, bpp);
   BlitFn rk = bpp == 2 ? &RkBitBlt16 : &RkBitBlt32;
-  Uint32 format = bpp == 2 ? SDL_PIXELFORMAT_RGB565 : SDL_PIXELFORMAT_XRGB8888;
-  SdlSurf ss = Sdl(s, w, h, pitch, format), sd = Sdl(d, w, h, pitch, format);
+  SdlSurf ss = Sdl(s, w, h, pitch, SdlFormat(bpp)), sd = Sdl(d, w, h, pitch, SdlFormat(bpp));
   SDL_SetSurfaceBlendMode(ss.get(), SDL_BLENDMODE_NONE);
   uint8_t *sp = s.data(), *dp = d.data();
   auto *s32 = reinterpret_cast<uint32_t *>(sp), *d32 = reinterpret_cast<uint32_t *>(dp);
@@ -198,14 +203,13 @@ constexpr uint32_t kOpacity = 128;  // rkpix's opacity and level; the peers get 
 
 std::vector<Impl> Opacity(Frame &f, int bpp) {
   int w = f.w, h = f.h, pitch = w * bpp;
-  const Buf &s = bpp == 2 ? f.s16 : f.s32, &d = bpp == 2 ? f.d16 : f.d32;
+  const Buf &s = Src(f, bpp), &d = Dst(f, bpp);
   RkSurface rs = Rk(s, w, h, bpp), rd = Rk(d, w, h, bpp);
   auto rk = bpp == 2 ? &RkTrans16 : &RkTrans32;
-  Uint32 format = bpp == 2 ? SDL_PIXELFORMAT_RGB565 : SDL_PIXELFORMAT_XRGB8888;
-  SdlSurf ss = Sdl(s, w, h, pitch, format), sd = Sdl(d, w, h, pitch, format);
+  SdlSurf ss = Sdl(s, w, h, pitch, SdlFormat(bpp)), sd = Sdl(d, w, h, pitch, SdlFormat(bpp));
   SDL_SetSurfaceBlendMode(ss.get(), SDL_BLENDMODE_BLEND);
   SDL_SetSurfaceAlphaMod(ss.get(), kOpacity);
-  pixman_format_code_t pf = bpp == 2 ? PIXMAN_r5g6b5 : PIXMAN_x8r8g8b8;
+  pixman_format_code_t pf = PixFormat(bpp);
   return {{kRk, [=] { rk(&rd, 0, 0, &rs, 0, 0, w, h, kOpacity); }},
           {kSdl, SdlBlit(ss, sd)},
           {kPixman, PixComposite(PIXMAN_OP_OVER, Pix(s, pf, w, h, pitch),
@@ -214,10 +218,10 @@ std::vector<Impl> Opacity(Frame &f, int bpp) {
 
 std::vector<Impl> Channel(Frame &f, int bpp) {
   int w = f.w, h = f.h, pitch = w * bpp;
-  const Buf &s = bpp == 2 ? f.s16 : f.s32, &d = bpp == 2 ? f.d16 : f.d32;
+  const Buf &s = Src(f, bpp), &d = Dst(f, bpp);
   RkSurface rs = Rk(s, w, h, bpp), rd = Rk(d, w, h, bpp), rc = Rk(f.chan, w, h, 1);
   auto rk = bpp == 2 ? &RkTransWithChannel16 : &RkTransWithChannel32;
-  pixman_format_code_t pf = bpp == 2 ? PIXMAN_r5g6b5 : PIXMAN_x8r8g8b8;
+  pixman_format_code_t pf = PixFormat(bpp);
   return {{kRk, [=] { rk(&rd, 0, 0, &rs, 0, 0, w, h, &rc, 0, 0); }},
           {kPixman, PixComposite(PIXMAN_OP_OVER, Pix(s, pf, w, h, pitch),
                                  Pix(f.chan, PIXMAN_a8, w, h, w), Pix(d, pf, w, h, pitch), w, h)}};
@@ -295,13 +299,13 @@ std::vector<Impl> Convert(Frame &f, const Conv &c) {
 std::vector<Impl> Zoom(Frame &f, int bpp, bool up) {
   int w = f.w, h = f.h, sw = up ? w / 2 : 2 * w, sh = up ? h / 2 : 2 * h;
   int srcPitch = 2 * w * bpp, dstPitch = w * bpp;
-  const Buf &s = bpp == 2 ? f.z16 : f.z32, &d = bpp == 2 ? f.d16 : f.d32;
+  const Buf &s = bpp == 2 ? f.z16 : f.z32, &d = Dst(f, bpp);
   RkSurface rs{0, 2 * w, 2 * h, srcPitch, 0, s.data()}, rd = Rk(d, w, h, bpp);
   RkRect rdr{0, 0, w, h}, rsr{0, 0, sw, sh};
   ZoomFn rk = bpp == 2 ? &RkZoom16 : &RkZoom32;
-  Uint32 format = bpp == 2 ? SDL_PIXELFORMAT_RGB565 : SDL_PIXELFORMAT_XRGB8888;
-  SdlSurf ss = Sdl(s, 2 * w, 2 * h, srcPitch, format), sd = Sdl(d, w, h, dstPitch, format);
-  pixman_format_code_t pf = bpp == 2 ? PIXMAN_r5g6b5 : PIXMAN_x8r8g8b8;
+  SdlSurf ss = Sdl(s, 2 * w, 2 * h, srcPitch, SdlFormat(bpp));
+  SdlSurf sd = Sdl(d, w, h, dstPitch, SdlFormat(bpp));
+  pixman_format_code_t pf = PixFormat(bpp);
   PixImg ps = Pix(s, pf, sw, sh, srcPitch);
   pixman_transform_t t;
   pixman_transform_init_scale(&t, pixman_double_to_fixed(double(sw) / w),
