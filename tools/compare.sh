@@ -26,7 +26,7 @@ set logscale y
 set yrange [100:*]
 set ytics nomirror
 set grid ytics
-set xtics rotate by -35 nomirror
+set xtics rotate by 30 right nomirror
 set key top right horizontal
 set bmargin 6
 plot "docs/compare.dat" using 2:xtic(1) title "rkpix" linecolor rgb "#c0392b", \

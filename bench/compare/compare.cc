@@ -385,16 +385,17 @@ const Op kOps[] = {
      Darken32},
     {"c565to8888", "565 -> 8888", "RkBitConvertColor16ToColor32", Goal::kFaster, 8900, &Frame::d32,
      4, 0xFFFFFF,
-     "rkpix widens with zero low bits (0xFFFF -> F8 FC F8) and writes the fourth byte 0; the peers "
-     "replicate the high bits into the low ones (-> FF FF FF) and write 255.",
+     "rkpix widens with zero low bits (0xFFFF gives R, G, B = F8 FC F8) and writes the fourth "
+     "byte 0; the peers fill the low bits (FF FF FF from libyuv and pixman, FF FE FF from SDL) "
+     "and write 255.",
      [](Frame &f) { return Convert(f, kConv[0]); }},
     {"c8888to565", "8888 -> 565", "RkBitConvertColor32ToColor16", Goal::kFaster, 7200, &Frame::d16,
      2, 0xFFFF, "All truncate the low bits: the same pixels.",
      [](Frame &f) { return Convert(f, kConv[1]); }},
     {"c555to8888", "555 -> 8888", "RkBitConvertColor15ToColor32", Goal::kFaster, 0, &Frame::d32, 4,
      0xFFFFFF,
-     "rkpix widens with zero low bits and ignores bit 15; the peers replicate high bits (libyuv "
-     "turns bit 15 into alpha 0 or 255).",
+     "rkpix widens with zero low bits and ignores bit 15; the peers fill the low bits (0x7FFF "
+     "gives FF FF FF), and libyuv turns bit 15 into a fourth byte of 0 or 255.",
      [](Frame &f) { return Convert(f, kConv[2]); }},
     {"c8888to555", "8888 -> 555", "RkBitConvertColor32ToColor15", Goal::kFaster, 0, &Frame::d16, 2,
      0x7FFF,
