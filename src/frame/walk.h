@@ -11,6 +11,8 @@
 //   kPointwise   every output depends only on the inputs at the same place, so a row
 //                whose source and destination are the same bytes may take the fast path;
 //   kWritesSrc   the kernel writes into its source surface;
+//   kJoinRows    the fast kernel's bytes do not depend on where a row starts or ends,
+//                so rows that follow each other in memory may go to it as one long row;
 //   Skip(a)      the call returns before clipping (a zero weight);
 //   DstBytes(w, h), SrcBytes(w, h), ChanBytes(w, h)
 //                the bytes any row of a w x h rectangle may touch, relative to the
@@ -76,6 +78,7 @@ struct BlitKernel {
   static constexpr int kChanElem = ChanElem;
   static constexpr bool kPointwise = false;
   static constexpr bool kWritesSrc = false;
+  static constexpr bool kJoinRows = false;
   static bool Skip(uint32_t) { return false; }
   static bool FastOk(uint32_t, uint32_t) { return true; }
   static Extent DstBytes(int32_t w, int32_t) { return {0, int64_t{w} * Bpp}; }
@@ -203,6 +206,16 @@ void RunBlit(const BlitCall &call) {
   };
   ByteRange noChan{};
   bool allApart = apart(dp.AbsAll(h), sp.AbsAll(h), cp.surf ? cp.AbsAll(h) : noChan);
+  if constexpr (K::kJoinRows && K::kChanElem == 0) {
+    // A rectangle as wide as both surfaces' rows is one stretch of memory in each.
+    const int64_t rowBytes = int64_t{r.width} * K::kBpp, pixels = int64_t{r.width} * h;
+    if (inside && allApart && h > 1 && call.dst->pitch == rowBytes && call.src->pitch == rowBytes &&
+        pixels <= INT32_MAX) {
+      row.w = static_cast<int32_t>(pixels);
+      fast(row);
+      return;
+    }
+  }
   for (int32_t y = 0; y < h; ++y) {
     row.y = y;
     if (!inside && !(dOwn.Holds(row.d) && sOwn.Holds(row.s) && (!cp.surf || cOwn.Holds(row.c)))) {
