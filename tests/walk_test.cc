@@ -94,9 +94,9 @@ TEST(Walk, JoinedRowsCopyExactlyTheRectangle) {
     int bpp;
   } copies[] = {{&RkBitBlt16, 2}, {&RkBitBlt24, 3}, {&RkBitBlt32, 4}};
   // width, height, extra bytes a destination row, extra bytes a source row, dstX, rectangle width
-  const int32_t cases[][6] = {{7, 5, 0, 0, 0, 7},   {7, 5, 0, 4, 0, 7}, {7, 5, 4, 0, 0, 7},
-                              {7, 5, 0, 0, 1, 7},   {7, 5, 0, 0, 0, 6}, {1, 9, 0, 0, 0, 1},
-                              {33, 1, 0, 0, 0, 33}, {5, 3, 0, 0, -1, 9}};
+  const int32_t cases[][6] = {{7, 5, 0, 0, 0, 7},   {7, 5, 0, 4, 0, 7},  {7, 5, 4, 0, 0, 7},
+                              {7, 5, 0, 0, 1, 7},   {7, 5, 0, 0, 0, 6},  {1, 9, 0, 0, 0, 1},
+                              {33, 1, 0, 0, 0, 33}, {5, 3, 0, 0, -1, 9}, {4100, 70, 0, 0, 0, 4100}};
   for (const auto &c : copies) {
     for (const auto &k : cases) {
       const int32_t w = k[0], h = k[1], dPitch = w * c.bpp + k[2], sPitch = w * c.bpp + k[3];
