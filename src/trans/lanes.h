@@ -68,6 +68,8 @@ struct V {
   static T Eq16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
   static T Eq32(T a, T b) { return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(a, b)); }
   static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
+  static T Shuffle8(T a, T idx) { return _mm512_shuffle_epi8(a, idx); }
+  static T PermD(T a, T idx) { return _mm512_permutexvar_epi32(idx, a); }
   static T Chan16(const uint8_t *c) {
     return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(c)));
   }
@@ -108,6 +110,8 @@ struct V {
   static T Eq16(T a, T b) { return _mm256_cmpeq_epi16(a, b); }
   static T Eq32(T a, T b) { return _mm256_cmpeq_epi32(a, b); }
   static T SwapPairs32(T a) { return _mm256_shuffle_epi32(a, 0xB1); }
+  static T Shuffle8(T a, T idx) { return _mm256_shuffle_epi8(a, idx); }
+  static T PermD(T a, T idx) { return _mm256_permutevar8x32_epi32(a, idx); }
   static T Chan16(const uint8_t *c) {
     return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
   }
@@ -182,14 +186,16 @@ inline VT LaneBlendV(VT s, VT d, VT w) {
   return V::Or(V::Or(r, g), b);
 }
 
-// HalfBlend on every 16-bit lane: ByteBlend on both its bytes with the lane's weight.
-inline VT HalfBlendV(VT s, VT d, VT w) {
+// HalfBlend on every 16-bit lane: ByteBlend on its low byte with the weight in
+// we, on its high byte with the one in wo.
+inline VT HalfBlendV(VT s, VT d, VT we, VT wo) {
   const VT lo = V::Set16(0x00FF);
   const VT ed = V::And(d, lo), od = V::Srl16<8>(d);
-  const VT e = V::Srl16<8>(V::Mul16(V::Sub16(V::And(s, lo), ed), w));
-  const VT o = V::Srl16<8>(V::Mul16(V::Sub16(V::Srl16<8>(s), od), w));
+  const VT e = V::Srl16<8>(V::Mul16(V::Sub16(V::And(s, lo), ed), we));
+  const VT o = V::Srl16<8>(V::Mul16(V::Sub16(V::Srl16<8>(s), od), wo));
   return V::Or(V::And(V::Add16(e, ed), lo), V::Sll16<8>(V::Add16(o, od)));
 }
+inline VT HalfBlendV(VT s, VT d, VT w) { return HalfBlendV(s, d, w, w); }
 
 // Groups of four at 16/15 bits from column 0: each lane's weight is the uniform
 // one or its channel byte >> 3, 0 for a key pixel. A 5-5-5 group whose four source
@@ -313,6 +319,53 @@ inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int
   }
   return j;
 }
+// Pixels [0, n) of a 24-bit row through a channel plane, blended byte by byte in
+// place: a step takes the channel bytes of V::kBytes pixels and the three registers
+// of their bytes. Each 16-byte lane of those registers gets the channel dwords
+// around its pixels, and a byte shuffle fans each pixel's channel byte out to the
+// 16-bit weights of its bytes, even and odd bytes apart.
+struct Fan24 {
+  static constexpr int kLanes = V::kBytes / 16, kDwords = V::kBytes / 4;
+  int32_t perm[3][kDwords];
+  int8_t even[3][V::kBytes], odd[3][V::kBytes];
+  constexpr Fan24() : perm(), even(), odd() {
+    for (int r = 0; r < 3; ++r) {
+      for (int l = 0; l < kLanes; ++l) {
+        const int first = (V::kBytes * r + 16 * l) / 3;
+        const int q = first / 4 < kDwords - 4 ? first / 4 : kDwords - 4;
+        for (int k = 0; k < 4; ++k) perm[r][4 * l + k] = q + k;
+        for (int k = 0; k < 8; ++k) {
+          const int g = V::kBytes * r + 16 * l + 2 * k;
+          even[r][16 * l + 2 * k] = static_cast<int8_t>(g / 3 - 4 * q);
+          odd[r][16 * l + 2 * k] = static_cast<int8_t>((g + 1) / 3 - 4 * q);
+          even[r][16 * l + 2 * k + 1] = odd[r][16 * l + 2 * k + 1] = -128;
+        }
+      }
+    }
+  }
+};
+inline constexpr Fan24 kFan24{};
+
+inline int32_t Channel24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n) {
+  VT perm[3], even[3], odd[3];
+  for (int r = 0; r < 3; ++r) {
+    perm[r] = V::Load(kFan24.perm[r]);
+    even[r] = V::Load(kFan24.even[r]);
+    odd[r] = V::Load(kFan24.odd[r]);
+  }
+  int32_t j = 0;
+  for (; j + V::kBytes <= n; j += V::kBytes) {
+    const VT cv = V::Load(c + j);
+    for (int r = 0; r < 3; ++r) {
+      const VT win = V::PermD(cv, perm[r]);
+      const int64_t off = 3 * int64_t{j} + V::kBytes * r;
+      V::Store(d + off, HalfBlendV(V::Load(s + off), V::Load(d + off), V::Shuffle8(win, even[r]),
+                                   V::Shuffle8(win, odd[r])));
+    }
+  }
+  return j;
+}
+
 #else
 #define RK_TRANS_LANES24 0
 #endif
