@@ -257,14 +257,14 @@ inline int32_t Pairs32Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int3
 
 #if defined(__AVX512BW__) || defined(__AVX2__)
 #define RK_TRANS_LANES24 1
-// 3-byte pixels spread one to a 32-bit lane (fourth byte 0) and packed back:
-// kPix24 pixels a register, reading kRead24 bytes from the first one.
+// KeyBytes24: for the V::kBytes 3-byte pixels from p, 0xFF in byte i where pixel i
+// is the key (its three bytes as a dword against `key`), else 0. The pixels are
+// spread one to a dword (fourth byte 0) kPix24 at a time, reading kOver24 bytes
+// past the last pixel.
 #if defined(__AVX512BW__)
-constexpr int32_t kPix24 = 16, kRead24 = 48;
-// Exactly 48 bytes are loaded and stored, in whole-register pieces: a masked store
-// would keep the next step's load from taking its bytes from the store buffer.
+constexpr int32_t kPix24 = 16, kOver24 = 0;
 inline VT Spread24(const uint8_t *p) {
-  // Lane k gets bytes 12k..12k+15, then each pixel of the lane its own dword.
+  // Lane k gets bytes 12k..12k+15 of the 48 loaded, then each pixel its own dword.
   const VT raw = _mm512_inserti32x4(
       _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p))),
       _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 32)), 2);
@@ -273,57 +273,36 @@ inline VT Spread24(const uint8_t *p) {
   return _mm512_shuffle_epi8(x, _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7,
                                                                      8, -1, 9, 10, 11, -1)));
 }
-inline void Pack24(uint8_t *p, VT v) {
-  const VT x = _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(_mm_setr_epi8(
-                                          0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
-  const VT y = _mm512_permutexvar_epi32(
-      _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0), x);
-  _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), _mm512_castsi512_si256(y));
-  _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 32), _mm512_extracti32x4_epi32(y, 2));
+inline VT KeyBytes24(const uint8_t *p, VT key) {
+  uint64_t m = 0;
+  for (int i = 0; i < 4; ++i) {
+    m |= uint64_t{_mm512_cmpeq_epi32_mask(Spread24(p + 3 * kPix24 * i), key)} << (kPix24 * i);
+  }
+  return _mm512_movm_epi8(m);
 }
 #else
-constexpr int32_t kPix24 = 8, kRead24 = 32;
+constexpr int32_t kPix24 = 8, kOver24 = 8;
 inline VT Spread24(const uint8_t *p) {
-  // Lane 0 gets bytes 0..15, lane 1 bytes 12..27; each pixel then its own dword.
+  // Lane 0 gets bytes 0..15 of the 32 loaded, lane 1 bytes 12..27; then each pixel
+  // its own dword.
   const VT x = _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const VT *>(p)),
                                            _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6));
   const __m128i idx = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
   return _mm256_shuffle_epi8(x, _mm256_setr_m128i(idx, idx));
 }
-inline void Pack24(uint8_t *p, VT v) {
-  const __m128i idx = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-  const VT x = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, _mm256_setr_m128i(idx, idx)),
-                                           _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7));
-  _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm256_castsi256_si128(x));
-  _mm_storel_epi64(reinterpret_cast<__m128i *>(p + 16), _mm256_extracti128_si256(x, 1));
+inline VT KeyBytes24(const uint8_t *p, VT key) {
+  VT m[4];
+  for (int i = 0; i < 4; ++i) m[i] = _mm256_cmpeq_epi32(Spread24(p + 3 * kPix24 * i), key);
+  // The packs interleave the 128-bit lanes; the dword permute puts the pixels back in order.
+  const VT x = _mm256_packs_epi16(_mm256_packs_epi32(m[0], m[1]), _mm256_packs_epi32(m[2], m[3]));
+  return _mm256_permutevar8x32_epi32(x, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 #endif
 
-// Pixels [0, n) of a 24-bit row, each blended with its own weight: the uniform one
-// or its channel byte, 0 for a key pixel. Alone or in a pair is the same at 24 bits.
-template <class Mode>
-inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
-                             uint32_t b) {
-  const VT uniform = V::Set16(static_cast<uint16_t>(a));
-  [[maybe_unused]] const VT key = V::Set32(b & kColourBytes);
-  int32_t j = 0;
-  for (; 3 * int64_t{j} + kRead24 <= 3 * int64_t{n}; j += kPix24) {
-    const VT sv = Spread24(s + 3 * j), dv = Spread24(d + 3 * j);
-    VT w = uniform;
-    if constexpr (Mode::kChannel) {
-      w = V::Chan32(c + j);
-      w = V::Or(w, V::Sll32<16>(w));
-    }
-    if constexpr (Mode::kKeyed) w = V::AndNot(V::Eq32(sv, key), w);
-    Pack24(d + 3 * j, HalfBlendV(sv, dv, w));
-  }
-  return j;
-}
-// Pixels [0, n) of a 24-bit row through a channel plane, blended byte by byte in
-// place: a step takes the channel bytes of V::kBytes pixels and the three registers
-// of their bytes. Each 16-byte lane of those registers gets the channel dwords
-// around its pixels, and a byte shuffle fans each pixel's channel byte out to the
-// 16-bit weights of its bytes, even and odd bytes apart.
+// Tables of Pixels24Lanes: for each of a step's three registers of bytes, the
+// dwords of the per-pixel register each 16-byte lane takes (the four around its
+// pixels), and the byte shuffles that put each pixel's byte under the 16-bit lanes
+// of its even and of its odd bytes (high byte 0).
 struct Fan24 {
   static constexpr int kLanes = V::kBytes / 16, kDwords = V::kBytes / 4;
   int32_t perm[3][kDwords];
@@ -346,21 +325,40 @@ struct Fan24 {
 };
 inline constexpr Fan24 kFan24{};
 
-inline int32_t Channel24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n) {
+// Pixels [0, n) of a 24-bit pixel walk, blended byte by byte in place (alone or in
+// a pair is the same at 24 bits): a step takes V::kBytes pixels as one register of
+// a byte per pixel (the channel byte, 0 for a key pixel; or the key mask for the
+// uniform weight) and three registers of their bytes, and fans the per-pixel bytes
+// out to each byte's 16-bit weight.
+template <class Mode>
+inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
+                             uint32_t b) {
   VT perm[3], even[3], odd[3];
   for (int r = 0; r < 3; ++r) {
     perm[r] = V::Load(kFan24.perm[r]);
     even[r] = V::Load(kFan24.even[r]);
     odd[r] = V::Load(kFan24.odd[r]);
   }
+  [[maybe_unused]] const VT key = V::Set32(b & kColourBytes),
+                            uniform = V::Set16(static_cast<uint16_t>(a)), zero = V::Set16(0);
   int32_t j = 0;
-  for (; j + V::kBytes <= n; j += V::kBytes) {
-    const VT cv = V::Load(c + j);
+  for (; 3 * (int64_t{j} + V::kBytes) + kOver24 <= 3 * int64_t{n}; j += V::kBytes) {
+    VT px;  // a byte per pixel
+    if constexpr (Mode::kChannel) {
+      px = V::Load(c + j);
+      if constexpr (Mode::kKeyed) px = V::AndNot(KeyBytes24(s + 3 * j, key), px);
+    } else {
+      px = KeyBytes24(s + 3 * j, key);
+    }
     for (int r = 0; r < 3; ++r) {
-      const VT win = V::PermD(cv, perm[r]);
+      const VT win = V::PermD(px, perm[r]);
+      VT we = V::Shuffle8(win, even[r]), wo = V::Shuffle8(win, odd[r]);
+      if constexpr (!Mode::kChannel) {  // the uniform weight where the pixel is not the key
+        we = V::And(V::Eq16(we, zero), uniform);
+        wo = V::And(V::Eq16(wo, zero), uniform);
+      }
       const int64_t off = 3 * int64_t{j} + V::kBytes * r;
-      V::Store(d + off, HalfBlendV(V::Load(s + off), V::Load(d + off), V::Shuffle8(win, even[r]),
-                                   V::Shuffle8(win, odd[r])));
+      V::Store(d + off, HalfBlendV(V::Load(s + off), V::Load(d + off), we, wo));
     }
   }
   return j;

@@ -110,9 +110,6 @@ void RowTrans32(const RowArgs &a) {
 template <class Mode>
 void Pixels24(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
 #if RK_TRANS_LANES && RK_TRANS_LANES24
-  if constexpr (Mode::kChannel && !Mode::kKeyed) {
-    Past<3, Mode>(Channel24Lanes(d, s, c, n), d, s, c, n);
-  }
   Past<3, Mode>(Pixels24Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
 #endif
   const auto k0 = static_cast<uint8_t>(b), k1 = static_cast<uint8_t>(b >> 8),
