@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 
+#include "brightness/fast_lanes.h"
 #include "brightness/fast_loops.h"
 #include "brightness/fast_rows.h"
 #include "brightness/units.h"
@@ -15,20 +16,44 @@ Row<RawMem> Raw(const RowArgs &r) { return Row<RawMem>{r, {}, {}, {}}; }
 
 // Depths 16 and 15: the row's right end through the shared steps, then the groups of
 // four as one keyed loop (a group of four keys rewritten unchanged is invisible here).
+// Whole vectors first where the level has them (a key lane keeps the destination's
+// value), then the plain keyed loop.
+template <class Lanes, class Lane>
+void MaskGroups1615(const RowArgs &r, Lanes lanes, Lane lane) {
+  int64_t n = (r.w >> 2) * 8, done = 0;
+#if defined(__SSE2__)
+  simd::V key = simd::Set16(Key16(r));
+  done = simd::MapVectorsOld(r.d, r.s, n, [=](simd::V w, simd::V old) {
+    return simd::Select(simd::EqMask16(w, key), old, lanes(w));
+  });
+#else
+  (void)lanes;
+#endif
+  MapRowKeyed<2>(r.d + done, r.s + done, (n - done) / 2, Key16(r), 0xFFFF, lane);
+}
+
 template <class F>
 void FastMaskLight1615(const RowArgs &r) {
   MaskLightEnd<F>(Raw(r));
   uint32_t k = LevelScale16(r.a);
-  MapRowKeyed<2>(r.d, r.s, (r.w >> 2) * 4, Key16(r), 0xFFFF,
-                 [k](uint32_t p) { return MaskLightLane<F>(p, k); });
+#if defined(__SSE2__)
+  auto lanes = [kv = simd::Set16(k)](simd::V w) { return simd::MaskLightLanes<F>(w, kv); };
+#else
+  int lanes = 0;
+#endif
+  MaskGroups1615(r, lanes, [k](uint32_t p) { return MaskLightLane<F>(p, k); });
 }
 
 template <class F>
 void FastMaskDarkle1615(const RowArgs &r) {
   MaskDarkleEnd<F>(Raw(r));
   uint32_t k = LevelScale16(r.a);
-  MapRowKeyed<2>(r.d, r.s, (r.w >> 2) * 4, Key16(r), 0xFFFF,
-                 [k](uint32_t p) { return DarkleLane<F, true>(p, k); });
+#if defined(__SSE2__)
+  auto lanes = [kv = simd::Set16(k)](simd::V w) { return simd::DarkleLanes<F, true>(w, kv); };
+#else
+  int lanes = 0;
+#endif
+  MaskGroups1615(r, lanes, [k](uint32_t p) { return DarkleLane<F, true>(p, k); });
 }
 
 // Depths 24 and 32 up to level 32767: a pixel alone and a pixel of a pair get the
@@ -47,7 +72,15 @@ void FastMaskLight32(const RowArgs &r) {
   uint32_t s = r.a;
   auto f = [s](uint32_t v) { return SatByte(v, s); };
   MaskLone32(Raw(r), f);
-  MapRowKeyed<4>(r.d, r.s, Pairs(r) * 2, Key24(r), kColourBytes,
+  int64_t n = Pairs(r) * 8, done = 0;
+#if defined(__SSE2__)
+  simd::V key = simd::Set32(Key24(r)), colour = simd::Set32(kColourBytes), sv = simd::Set16(s);
+  done = simd::MapVectorsOld(r.d, r.s, n, [=](simd::V w, simd::V old) {
+    simd::V m = simd::EqMask32(simd::And(w, colour), key);
+    return simd::Select(m, old, simd::And(simd::SatBytes(w, sv), colour));
+  });
+#endif
+  MapRowKeyed<4>(r.d + done, r.s + done, (n - done) / 4, Key24(r), kColourBytes,
                  [f](uint32_t px) { return Bytes3(px, f); });
 }
 
@@ -58,7 +91,18 @@ void FastMaskDarkle32(const RowArgs &r) {
   auto f = [s](uint32_t px) {
     return DarkleByte2(px & 0xFFFF, s) | DarkleByte2(px >> 16, s) << 16;
   };
-  MapPairs<4>(r.d, r.s, Pairs(r),
+  int64_t done = 0;
+#if defined(__SSE2__)
+  // A key pixel keeps the destination; a pixel whose partner is the key loses byte 3.
+  simd::V kv = simd::Set32(key), colour = simd::Set32(kColourBytes), sv = simd::Set16(s),
+          top = simd::Set32(0xFF000000u);
+  done = simd::MapVectorsOld(r.d, r.s, Pairs(r) * 8, [=](simd::V w, simd::V old) {
+    simd::V m = simd::EqMask32(simd::And(w, colour), kv);
+    simd::V partner = simd::And(simd::SwapPairs32(m), top);
+    return simd::Select(m, old, simd::AndNot(partner, simd::DarkleBytes(w, sv)));
+  });
+#endif
+  MapPairs<4>(r.d + done, r.s + done, Pairs(r) - done / 8,
               [=](uint32_t a, uint32_t b, uint32_t oa, uint32_t ob, uint32_t &x, uint32_t &y) {
                 bool ka = (a & kColourBytes) == key, kb = (b & kColourBytes) == key;
                 x = ka ? oa : f(a) & (kb ? kColourBytes : ~0u);
