@@ -67,6 +67,56 @@ inline V SatBytes(V w, V s) {
   return Or(lo, Shl16<8>(hi));
 }
 
+// Rows of 3-byte pixels in blocks of whole pairs: kBlockPairs pairs (6 bytes each) a
+// vector, read and written kBytes at a time from the block's start. Bit i of a block's
+// masks stands for its byte i.
+inline constexpr int64_t kBlockPairs = kBytes / 6;
+inline constexpr uint64_t kBlockBits = (uint64_t{1} << (6 * kBlockPairs)) - 1;
+inline constexpr uint64_t kPixelStarts = 0x9249249249249249 & kBlockBits;  // every 3rd byte
+inline constexpr uint64_t kPairStarts = 0x1041041041041041 & kBlockBits;   // every 6th byte
+
+// A block's pairs begin kShift bytes into its vector: 0 for the blocks from a row's start,
+// kTailShift for a last block that ends with the row's last pair.
+inline constexpr int kTailShift = kBytes - 6 * kBlockPairs;
+
+// Blocks from a row's start whose kBytes stay within its first `pairs` pairs.
+inline int64_t FullBlocks24(int64_t pairs) {
+  int64_t span = 6 * pairs - kBytes;
+  return span < 0 ? 0 : span / (6 * kBlockPairs) + 1;
+}
+// The byte of the last block, which ends with pair `pairs` - 1, or -1 when the pairs are
+// fewer than a vector's bytes.
+inline int64_t TailBlock24(int64_t pairs) { return 6 * pairs >= kBytes ? 6 * pairs - kBytes : -1; }
+
+// The key's three bytes repeated over a vector whose pixels begin kShift bytes in.
+template <int kShift>
+inline V KeyPattern24(uint32_t key) {
+  alignas(64) uint8_t pat[kBytes];
+  for (int i = 0; i < kBytes; ++i)
+    pat[i] = static_cast<uint8_t>(key >> (8 * ((i + 3 - kShift % 3) % 3)));
+  return Load(pat);
+}
+// The bits (counted from the block's first pair) of the pixel starts whose pixel is the key.
+template <int kShift>
+inline uint64_t KeyPixels24(V px, V pattern) {
+  uint64_t eq = EqBits8(px, pattern) >> kShift;
+  return eq & eq >> 1 & eq >> 2 & kPixelStarts;
+}
+
+// Visits blocks b0 .. b1 - 1. Where a block's write reads and rewrites the kBytes from
+// its start (past its own pairs), the even blocks go first and then the odd ones, so
+// that no block reads bytes its neighbour has just stored (a load that would wait for
+// that store).
+template <class Fn>
+inline void EachBlock24(int64_t b0, int64_t b1, Fn fn) {
+#if defined(__AVX512BW__)
+  for (int64_t b = b0; b < b1; ++b) fn(b);
+#else
+  for (int64_t b = b0; b < b1; b += 2) fn(b);
+  for (int64_t b = b0 + 1; b < b1; b += 2) fn(b);
+#endif
+}
+
 // d[i] = fn(s[i]) for the whole vectors of `bytes`; returns the bytes done. The
 // destination is apart from the source or the very same bytes.
 template <class Fn>

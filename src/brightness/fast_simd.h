@@ -47,6 +47,10 @@ inline V EqMask16(V a, V b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a
 inline V EqMask32(V a, V b) { return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(a, b)); }
 // m ? a : b, lane by lane, for masks of whole lanes.
 inline V Select(V m, V a, V b) { return _mm512_ternarylogic_epi32(m, a, b, 0xCA); }
+// Bit i: byte i of a equals byte i of b.
+inline uint64_t EqBits8(V a, V b) { return _mm512_cmpeq_epi8_mask(a, b); }
+// Stores the bytes of v whose bit is set in `bits`; the others keep their value.
+inline void StoreBytes(uint8_t *p, V v, uint64_t bits) { _mm512_mask_storeu_epi8(p, bits, v); }
 #elif defined(__SSE2__)
 // AVX2 and SSE2 differ only in width (and in Select).
 #if defined(__AVX2__)
@@ -85,11 +89,39 @@ inline V MinS16(V a, V b) { return RK_MM(min_epi16)(a, b); }
 inline V Sub8(V a, V b) { return RK_MM(sub_epi8)(a, b); }
 inline V EqMask16(V a, V b) { return RK_MM(cmpeq_epi16)(a, b); }
 inline V EqMask32(V a, V b) { return RK_MM(cmpeq_epi32)(a, b); }
+inline uint64_t EqBits8(V a, V b) {
+  return static_cast<uint32_t>(RK_MM(movemask_epi8)(RK_MM(cmpeq_epi8)(a, b)));
+}
 #if defined(__AVX2__)
 inline V Select(V m, V a, V b) { return _mm256_blendv_epi8(b, a, m); }
+// 0xFF in byte i where bit i is set: each byte of the 32 bits to the bytes it covers.
+inline V BitsToBytes(uint64_t bits) {
+  const V spread = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2,
+                                    2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3);
+  const V bit = _mm256_set1_epi64x(0x8040201008040201);
+  V b = _mm256_shuffle_epi8(_mm256_set1_epi32(static_cast<int32_t>(bits)), spread);
+  return _mm256_cmpeq_epi8(_mm256_and_si256(b, bit), bit);
+}
 #else
 inline V Select(V m, V a, V b) { return Or(And(m, a), AndNot(m, b)); }
+// 0xFF in byte i where bit i is set, eight bits at a time from a table.
+struct ByteMasks {
+  uint64_t of[256];
+  constexpr ByteMasks() : of() {
+    for (int b = 0; b < 256; ++b) {
+      for (int i = 0; i < 8; ++i) of[b] |= (b >> i & 1) ? uint64_t{0xFF} << (8 * i) : 0;
+    }
+  }
+};
+inline constexpr ByteMasks kByteMasks{};
+inline V BitsToBytes(uint64_t bits) {
+  return _mm_set_epi64x(static_cast<int64_t>(kByteMasks.of[bits >> 8 & 0xFF]),
+                        static_cast<int64_t>(kByteMasks.of[bits & 0xFF]));
+}
 #endif
+inline void StoreBytes(uint8_t *p, V v, uint64_t bits) {
+  Store(p, Select(BitsToBytes(bits), v, Load(p)));
+}
 #undef RK_MM
 #undef RK_SI
 #else

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "brightness/fast_lanes.h"
 #include "brightness/fast_loops.h"
@@ -61,8 +62,33 @@ void FastMaskDarkle1615(const RowArgs &r) {
 void FastMaskLight24(const RowArgs &r) {
   uint32_t s = r.a;
   MaskLone24(Raw(r), [s](uint32_t v) { return SatByte(v, s); });
+  int64_t done = 0;
+#if defined(__SSE2__)
+  // Whole blocks of pairs, the last one ending with the last pair: every byte of a
+  // non-key pixel drawn.
+  simd::V sv = simd::Set16(s);
+  uint8_t *const dst = r.d;
+  const uint8_t *const src = r.s;
+  auto block = [=](int64_t o, auto shift, simd::V pattern) {
+    constexpr int kShift = decltype(shift)::value;
+    simd::V px = simd::Load(src + o);
+    uint64_t keep = simd::KeyPixels24<kShift>(px, pattern) * 7;
+    simd::StoreBytes(dst + o, simd::SatBytes(px, sv), (~keep & simd::kBlockBits) << kShift);
+  };
+  simd::V pattern = simd::KeyPattern24<0>(Key24(r));
+  int64_t full = simd::FullBlocks24(Pairs(r)), tail = simd::TailBlock24(Pairs(r));
+  simd::EachBlock24(0, full, [&](int64_t b) {
+    block(6 * simd::kBlockPairs * b, std::integral_constant<int, 0>{}, pattern);
+  });
+  done = full * simd::kBlockPairs;
+  if (done < Pairs(r) && tail >= 0) {
+    block(tail, std::integral_constant<int, simd::kTailShift>{},
+          simd::KeyPattern24<simd::kTailShift>(Key24(r)));
+    done = Pairs(r);
+  }
+#endif
   auto f = [s](uint32_t w) { return SatByte2(w, s); };
-  for (int64_t lo = 0; lo < Pairs(r); lo += kPairs24) {
+  for (int64_t lo = done; lo < Pairs(r); lo += kPairs24) {
     int64_t n = std::min(kPairs24, Pairs(r) - lo);
     MapPairs24<false>(r.d + 6 * lo, r.s + 6 * lo, n, Key24(r), f, nullptr);
   }
@@ -111,15 +137,72 @@ void FastMaskDarkle32(const RowArgs &r) {
 }
 
 // RkMaskDarkle24: the odd last pixel and the misread first pair through the shared
-// steps, then the other pairs in chunks from the right: first every pair of two
-// non-key pixels at its own place, then the pairs with one key pixel, whose misplaced
-// bytes lie on pairs further right (drawn before them in the walk) or past the row.
+// steps, then the other pairs from the right. Where the level has vectors, blocks of
+// pairs go leftwards: each draws its pairs of two non-key pixels at their own place,
+// then its pairs with one key pixel write their misplaced bytes, which lie on pairs
+// further right (drawn before them in the walk) or past the row. Elsewhere the same
+// in chunks of the plain loops.
 void FastMaskDarkle24(const RowArgs &r) {
   Row<RawMem> raw = Raw(r);
   uint32_t s = r.a;
   MaskLone24(raw, [s](uint32_t v) { return DarkleByte(v, s); });
   int64_t h = Pairs(r);
   if ((r.w & 1) && h > 0) MaskDarkle24Pair(raw, h--, true);
+#if defined(__SSE2__)
+  // One block: its pairs of two non-key pixels drawn; returns the starts (counted from
+  // its first pair) of its pairs with one key pixel.
+  simd::V sv = simd::Set16(s);
+  uint8_t *const dst = r.d;
+  const uint8_t *const src = r.s;
+  auto block = [=](int64_t o, auto shift, simd::V pattern) {
+    constexpr int kShift = decltype(shift)::value;
+    simd::V px = simd::Load(src + o);
+    uint64_t keys = simd::KeyPixels24<kShift>(px, pattern);
+    uint64_t first = keys & simd::kPairStarts, second = keys >> 3 & simd::kPairStarts;
+    uint64_t keep = (first | second) * 63;
+    simd::StoreBytes(dst + o, simd::DarkleBytes(px, sv), (~keep & simd::kBlockBits) << kShift);
+    return first ^ second;
+  };
+  // The misplaced writes of the pairs whose starts are `one`, counted from byte `from`,
+  // the rightmost first; pairs left of pair `lo` are not this block's to do.
+  auto misplaced = [&](uint64_t one, int64_t from, int64_t lo) {
+    for (; one != 0;) {
+      int i = 63 - std::countl_zero(one);
+      int64_t p = (from + i) / 6;
+      if (p < lo) break;
+      MaskDarkle24Pair(raw, p + 1, false);
+      one ^= uint64_t{1} << i;
+    }
+  };
+  simd::V pattern = simd::KeyPattern24<0>(Key24(r));
+  int64_t full = simd::FullBlocks24(h), tail = simd::TailBlock24(h);
+  if (full * simd::kBlockPairs < h) {
+    if (tail >= 0) {
+      int64_t from = tail + simd::kTailShift;
+      misplaced(block(tail, std::integral_constant<int, simd::kTailShift>{},
+                      simd::KeyPattern24<simd::kTailShift>(Key24(r))),
+                from, full * simd::kBlockPairs);
+    } else {
+      for (int64_t n = h; n > 0; --n) MaskDarkle24Pair(raw, n, false);
+    }
+  }
+  // Chunks of blocks from the right; a chunk's misplaced writes follow all its draws
+  // (their bytes lie right of their pairs). They are rare: the keys are found again
+  // only in a chunk that has one.
+  constexpr int64_t kChunk = 32;
+  for (int64_t b1 = full; b1 > 0; b1 -= kChunk) {
+    int64_t b0 = std::max<int64_t>(b1 - kChunk, 0);
+    uint64_t any = 0;
+    simd::EachBlock24(b0, b1, [&](int64_t b) {
+      any |= block(6 * simd::kBlockPairs * b, std::integral_constant<int, 0>{}, pattern);
+    });
+    for (int64_t b = b1 - 1; any != 0 && b >= b0; --b) {
+      int64_t o = 6 * simd::kBlockPairs * b;
+      uint64_t keys = simd::KeyPixels24<0>(simd::Load(r.s + o), pattern);
+      misplaced((keys ^ keys >> 3) & simd::kPairStarts, o, 0);
+    }
+  }
+#else
   uint8_t one[kPairs24 + 8];
   for (int64_t hi = h; hi > 0; hi -= kPairs24) {
     int64_t lo = hi > kPairs24 ? hi - kPairs24 : 0;
@@ -143,6 +226,7 @@ void FastMaskDarkle24(const RowArgs &r) {
       }
     }
   }
+#endif
 }
 
 }  // namespace
