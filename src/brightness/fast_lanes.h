@@ -103,6 +103,16 @@ inline uint64_t KeyPixels24(V px, V pattern) {
   return eq & eq >> 1 & eq >> 2 & kPixelStarts;
 }
 
+// One block at byte o: fn(source vector) stored but for the bytes keep(key pixel bits)
+// marks; returns the key pixel bits.
+template <int kShift, class Keep, class Fn>
+inline uint64_t DrawBlock24(uint8_t *d, const uint8_t *s, int64_t o, V pattern, Keep keep, Fn fn) {
+  V px = Load(s + o);
+  uint64_t keys = KeyPixels24<kShift>(px, pattern);
+  StoreBytes(d + o, fn(px), (~keep(keys) & kBlockBits) << kShift);
+  return keys;
+}
+
 // Visits blocks b0 .. b1 - 1. Where a block's write reads and rewrites the kBytes from
 // its start (past its own pairs), the even blocks go first and then the odd ones, so
 // that no block reads bytes its neighbour has just stored (a load that would wait for

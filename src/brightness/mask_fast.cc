@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <type_traits>
 
 #include "brightness/fast_lanes.h"
 #include "brightness/fast_loops.h"
@@ -66,24 +65,19 @@ void FastMaskLight24(const RowArgs &r) {
 #if defined(__SSE2__)
   // Whole blocks of pairs, the last one ending with the last pair: every byte of a
   // non-key pixel drawn.
-  simd::V sv = simd::Set16(s);
   uint8_t *const dst = r.d;
   const uint8_t *const src = r.s;
-  auto block = [=](int64_t o, auto shift, simd::V pattern) {
-    constexpr int kShift = decltype(shift)::value;
-    simd::V px = simd::Load(src + o);
-    uint64_t keep = simd::KeyPixels24<kShift>(px, pattern) * 7;
-    simd::StoreBytes(dst + o, simd::SatBytes(px, sv), (~keep & simd::kBlockBits) << kShift);
-  };
+  auto draw = [sv = simd::Set16(s)](simd::V px) { return simd::SatBytes(px, sv); };
+  auto keep = [](uint64_t keys) { return keys * 7; };  // the key pixels' bytes
   simd::V pattern = simd::KeyPattern24<0>(Key24(r));
   int64_t full = simd::FullBlocks24(Pairs(r)), tail = simd::TailBlock24(Pairs(r));
   simd::EachBlock24(0, full, [&](int64_t b) {
-    block(6 * simd::kBlockPairs * b, std::integral_constant<int, 0>{}, pattern);
+    simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw);
   });
   done = full * simd::kBlockPairs;
   if (done < Pairs(r) && tail >= 0) {
-    block(tail, std::integral_constant<int, simd::kTailShift>{},
-          simd::KeyPattern24<simd::kTailShift>(Key24(r)));
+    simd::DrawBlock24<simd::kTailShift>(dst, src, tail,
+                                        simd::KeyPattern24<simd::kTailShift>(Key24(r)), keep, draw);
     done = Pairs(r);
   }
 #endif
@@ -149,20 +143,12 @@ void FastMaskDarkle24(const RowArgs &r) {
   int64_t h = Pairs(r);
   if ((r.w & 1) && h > 0) MaskDarkle24Pair(raw, h--, true);
 #if defined(__SSE2__)
-  // One block: its pairs of two non-key pixels drawn; returns the starts (counted from
-  // its first pair) of its pairs with one key pixel.
-  simd::V sv = simd::Set16(s);
   uint8_t *const dst = r.d;
   const uint8_t *const src = r.s;
-  auto block = [=](int64_t o, auto shift, simd::V pattern) {
-    constexpr int kShift = decltype(shift)::value;
-    simd::V px = simd::Load(src + o);
-    uint64_t keys = simd::KeyPixels24<kShift>(px, pattern);
-    uint64_t first = keys & simd::kPairStarts, second = keys >> 3 & simd::kPairStarts;
-    uint64_t keep = (first | second) * 63;
-    simd::StoreBytes(dst + o, simd::DarkleBytes(px, sv), (~keep & simd::kBlockBits) << kShift);
-    return first ^ second;
-  };
+  auto draw = [sv = simd::Set16(s)](simd::V px) { return simd::DarkleBytes(px, sv); };
+  // Both pixels' bytes of a pair with a key pixel; the starts of pairs with one.
+  auto keep = [](uint64_t keys) { return ((keys | keys >> 3) & simd::kPairStarts) * 63; };
+  auto one = [](uint64_t keys) { return (keys ^ keys >> 3) & simd::kPairStarts; };
   // The misplaced writes of the pairs whose starts are `one`, counted from byte `from`,
   // the rightmost first; pairs left of pair `lo` are not this block's to do.
   auto misplaced = [&](uint64_t one, int64_t from, int64_t lo) {
@@ -179,8 +165,8 @@ void FastMaskDarkle24(const RowArgs &r) {
   if (full * simd::kBlockPairs < h) {
     if (tail >= 0) {
       int64_t from = tail + simd::kTailShift;
-      misplaced(block(tail, std::integral_constant<int, simd::kTailShift>{},
-                      simd::KeyPattern24<simd::kTailShift>(Key24(r))),
+      simd::V tailPattern = simd::KeyPattern24<simd::kTailShift>(Key24(r));
+      misplaced(one(simd::DrawBlock24<simd::kTailShift>(dst, src, tail, tailPattern, keep, draw)),
                 from, full * simd::kBlockPairs);
     } else {
       for (int64_t n = h; n > 0; --n) MaskDarkle24Pair(raw, n, false);
@@ -194,12 +180,11 @@ void FastMaskDarkle24(const RowArgs &r) {
     int64_t b0 = std::max<int64_t>(b1 - kChunk, 0);
     uint64_t any = 0;
     simd::EachBlock24(b0, b1, [&](int64_t b) {
-      any |= block(6 * simd::kBlockPairs * b, std::integral_constant<int, 0>{}, pattern);
+      any |= one(simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw));
     });
     for (int64_t b = b1 - 1; any != 0 && b >= b0; --b) {
       int64_t o = 6 * simd::kBlockPairs * b;
-      uint64_t keys = simd::KeyPixels24<0>(simd::Load(r.s + o), pattern);
-      misplaced((keys ^ keys >> 3) & simd::kPairStarts, o, 0);
+      misplaced(one(simd::KeyPixels24<0>(simd::Load(src + o), pattern)), o, 0);
     }
   }
 #else
