@@ -16,14 +16,26 @@ namespace simd {
 
 #if defined(__SSE2__)
 
+// The three fields of a 16/15-bit pixel from vectors holding each in its place (other
+// bits of r, g and b are not looked at); bit 15 is 0 at depth 15.
+template <class F>
+inline V PackFields(V r, V g, V b) {
+#if defined(__AVX512BW__)
+  // Bitwise selects: depth 16's fields cover the word; depth 15 clears bit 15 first.
+  if constexpr (F::kRShift == 10) r = And(r, Set16(F::kR));
+  return Select(Set16(F::kR | 0x8000), r, Select(Set16(F::kB), b, g));
+#else
+  return Or3(And(r, Set16(F::kR)), And(g, Set16(F::kG)), And(b, Set16(F::kB)));
+#endif
+}
+
 // LightPixel<F>: ((c * k) mod 65536 + round, saturated) >> 5, masked to the field.
 template <class F>
 inline V LightLanes(V w, V k) {
   V r = AddSat16(MulLo16(Shr16<F::kRShift>(w), k), Set16(31));
   V g = AddSat16(MulLo16(And(Shr16<5>(w), Set16(F::kGMax)), k), Set16(kLightGreenRound<F>));
   V b = AddSat16(MulLo16(And(w, Set16(31)), k), Set16(31));
-  return Or3(And(Shl16<F::kRShift - 5>(r), Set16(F::kR)), And(g, Set16(F::kG)),
-             And(Shr16<5>(b), Set16(31)));
+  return PackFields<F>(Shl16<F::kRShift - 5>(r), g, Shr16<5>(b));
 }
 
 // MaskLightLane<F>: a product above max * 32 (signed) gives max; capping it at
@@ -33,8 +45,7 @@ inline V MaskLightLanes(V w, V k) {
   V r = MinS16(MulLo16(Shr16<F::kRShift>(w), k), Set16(F::kRMax * 32 + 31));
   V g = MinS16(MulLo16(And(Shr16<5>(w), Set16(F::kGMax)), k), Set16(F::kGMax * 32 + 31));
   V b = MinS16(MulLo16(And(w, Set16(31)), k), Set16(31 * 32 + 31));
-  return Or3(And(Shl16<F::kRShift - 5>(r), Set16(F::kR)), And(g, Set16(F::kG)),
-             And(Shr16<5>(b), Set16(31)));
+  return PackFields<F>(Shl16<F::kRShift - 5>(r), g, Shr16<5>(b));
 }
 
 // DarkleLane<F, kRedWord>.

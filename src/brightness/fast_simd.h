@@ -51,6 +51,13 @@ inline V Select(V m, V a, V b) { return _mm512_ternarylogic_epi32(m, a, b, 0xCA)
 inline uint64_t EqBits8(V a, V b) { return _mm512_cmpeq_epi8_mask(a, b); }
 // Stores the bytes of v whose bit is set in `bits`; the others keep their value.
 inline void StoreBytes(uint8_t *p, V v, uint64_t bits) { _mm512_mask_storeu_epi8(p, bits, v); }
+// Stores the 16-bit (32-bit) lanes of v where a and b differ; the others keep their value.
+inline void StoreUnlessEq16(uint8_t *p, V v, V a, V b) {
+  _mm512_mask_storeu_epi16(p, _mm512_cmpneq_epi16_mask(a, b), v);
+}
+inline void StoreUnlessEq32(uint8_t *p, V v, V a, V b) {
+  _mm512_mask_storeu_epi32(p, _mm512_cmpneq_epi32_mask(a, b), v);
+}
 #elif defined(__SSE2__)
 // AVX2 and SSE2 differ only in width (and in Select).
 #if defined(__AVX2__)
@@ -121,6 +128,12 @@ inline V BitsToBytes(uint64_t bits) {
 #endif
 inline void StoreBytes(uint8_t *p, V v, uint64_t bits) {
   Store(p, Select(BitsToBytes(bits), v, Load(p)));
+}
+inline void StoreUnlessEq16(uint8_t *p, V v, V a, V b) {
+  Store(p, Select(EqMask16(a, b), Load(p), v));
+}
+inline void StoreUnlessEq32(uint8_t *p, V v, V a, V b) {
+  Store(p, Select(EqMask32(a, b), Load(p), v));
 }
 #undef RK_MM
 #undef RK_SI

@@ -23,8 +23,9 @@ void MaskGroups1615(const RowArgs &r, Lanes lanes, Lane lane) {
   int64_t n = (r.w >> 2) * 8, done = 0;
 #if defined(__SSE2__)
   simd::V key = simd::Set16(Key16(r));
-  done = simd::MapVectorsOld(r.d, r.s, n, [=](simd::V w, simd::V old) {
-    return simd::Select(simd::EqMask16(w, key), old, lanes(w));
+  done = simd::EachVector(n, [&](int64_t o) {
+    simd::V w = simd::Load(r.s + o);
+    simd::StoreUnlessEq16(r.d + o, lanes(w), w, key);
   });
 #else
   (void)lanes;
@@ -95,9 +96,10 @@ void FastMaskLight32(const RowArgs &r) {
   int64_t n = Pairs(r) * 8, done = 0;
 #if defined(__SSE2__)
   simd::V key = simd::Set32(Key24(r)), colour = simd::Set32(kColourBytes), sv = simd::Set16(s);
-  done = simd::MapVectorsOld(r.d, r.s, n, [=](simd::V w, simd::V old) {
-    simd::V m = simd::EqMask32(simd::And(w, colour), key);
-    return simd::Select(m, old, simd::And(simd::SatBytes(w, sv), colour));
+  done = simd::EachVector(n, [&](int64_t o) {
+    simd::V w = simd::Load(r.s + o);
+    simd::StoreUnlessEq32(r.d + o, simd::And(simd::SatBytes(w, sv), colour), simd::And(w, colour),
+                          key);
   });
 #endif
   MapRowKeyed<4>(r.d + done, r.s + done, (n - done) / 4, Key24(r), kColourBytes,
