@@ -144,12 +144,6 @@ template <class Fn>
 inline int64_t MapVectors(uint8_t *d, const uint8_t *s, int64_t bytes, Fn fn) {
   return EachVector(bytes, [&](int64_t o) { Store(d + o, fn(Load(s + o))); });
 }
-// d[i] = fn(s[i], d[i]).
-template <class Fn>
-inline int64_t MapVectorsOld(uint8_t *d, const uint8_t *s, int64_t bytes, Fn fn) {
-  return EachVector(bytes, [&](int64_t o) { Store(d + o, fn(Load(s + o), Load(d + o))); });
-}
-
 #endif  // __SSE2__
 
 }  // namespace simd

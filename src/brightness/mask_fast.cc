@@ -118,10 +118,10 @@ void FastMaskDarkle32(const RowArgs &r) {
   // A key pixel keeps the destination; a pixel whose partner is the key loses byte 3.
   simd::V kv = simd::Set32(key), colour = simd::Set32(kColourBytes), sv = simd::Set16(s),
           top = simd::Set32(0xFF000000u);
-  done = simd::MapVectorsOld(r.d, r.s, Pairs(r) * 8, [=](simd::V w, simd::V old) {
-    simd::V m = simd::EqMask32(simd::And(w, colour), kv);
-    simd::V partner = simd::And(simd::SwapPairs32(m), top);
-    return simd::Select(m, old, simd::AndNot(partner, simd::DarkleBytes(w, sv)));
+  done = simd::EachVector(Pairs(r) * 8, [&](int64_t o) {
+    simd::V w = simd::Load(r.s + o), c = simd::And(w, colour);
+    simd::V partner = simd::And(simd::SwapPairs32(simd::EqMask32(c, kv)), top);
+    simd::StoreUnlessEq32(r.d + o, simd::AndNot(partner, simd::DarkleBytes(w, sv)), c, kv);
   });
 #endif
   MapPairs<4>(r.d + done, r.s + done, Pairs(r) - done / 8,
