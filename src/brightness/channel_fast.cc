@@ -4,13 +4,21 @@
 // units as the reference walks; the body of the row is a plain loop.
 #include <algorithm>
 #include <bit>
-#if defined(__SSSE3__)
-#include <immintrin.h>
-#endif
 
 #include "brightness/channel_units.h"
+#include "brightness/channel_vec.h"
 #include "brightness/fast_loops.h"
 #include "module/fast.h"
+
+#if defined(__AVX512BW__)
+// GCC 12's AVX-512 headers trip its own uninitialised-value warnings once inlined
+// (popped at the end of the rows).
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#endif
 
 RK_NS_BEGIN
 namespace bright {
@@ -52,14 +60,20 @@ inline void MapBytesLoop(uint8_t *__restrict d, const uint8_t *__restrict s0, co
   for (int64_t b = 0; b < n; ++b) d[b] = static_cast<uint8_t>(fn(s[b], v[b], b));
 }
 
-// Each of n elements of E bytes at `in` three times over.
-template <int E>
+// Each of n elements of E bytes at `in` three times over (n even); with kOddZero the
+// odd bytes get 0 instead (byte 1 of an even pixel, bytes 0 and 2 of an odd one).
+template <int E, bool kOddZero = false>
 inline void Spread3(typename Elem<E>::T *__restrict out, const uint8_t *__restrict in, int64_t n) {
-  for (int64_t i = 0; i < n; ++i) {
-    auto v = LoadE<E>(in + i * E);
+  using T = typename Elem<E>::T;
+  for (int64_t i = 0; i < n; i += 2) {
+    T v = LoadE<E>(in + i * E), w = LoadE<E>(in + (i + 1) * E);
+    T v1 = kOddZero ? 0 : v, w02 = kOddZero ? 0 : w;
     out[3 * i] = v;
-    out[3 * i + 1] = v;
+    out[3 * i + 1] = v1;
     out[3 * i + 2] = v;
+    out[3 * i + 3] = w02;
+    out[3 * i + 4] = w;
+    out[3 * i + 5] = w02;
   }
 }
 
@@ -68,20 +82,21 @@ inline void Spread3(typename Elem<E>::T *__restrict out, const uint8_t *__restri
 // that the loops run on bytes alone. Chunks start at even pixels: byte b of a chunk is
 // byte b % 6 of its pair.
 constexpr int64_t kChunkPairs = 64, kChunkBytes = 6 * kChunkPairs;
-template <int CE, class Fn>
+template <int CE, bool kOddZero = false, class Fn>
 inline void ForChunks24(const RowArgs &r, typename Elem<CE>::T *spread, Fn fn) {
   for (int64_t q0 = 0; q0 < Pairs(r); q0 += kChunkPairs) {
     int64_t n = std::min(kChunkPairs, Pairs(r) - q0);
-    Spread3<CE>(spread, r.c + 2 * q0 * CE, 2 * n);
+    Spread3<CE, kOddZero>(spread, r.c + 2 * q0 * CE, 2 * n);
     fn(q0, 6 * n);
   }
 }
 
-// Byte b of a chunk becomes fn(source byte, its pixel's element, b).
-template <int CE, class Fn>
+// Byte b of a chunk becomes fn(source byte, its pixel's element (0 at odd bytes with
+// kOddZero), b).
+template <int CE, bool kOddZero = false, class Fn>
 inline void Pairs24(const RowArgs &r, Fn fn) {
   typename Elem<CE>::T v[kChunkBytes];
-  ForChunks24<CE>(r, v, [&](int64_t q0, int64_t nb) {
+  ForChunks24<CE, kOddZero>(r, v, [&](int64_t q0, int64_t nb) {
     if (r.d == r.s) {
       MapBytesLoop<true>(r.d + 6 * q0, nullptr, v, nb, fn);
     } else {
@@ -90,25 +105,11 @@ inline void Pairs24(const RowArgs &r, Fn fn) {
   });
 }
 
-#if !defined(__AVX512BW__)
-// The keyed 24-bit byte loops, for levels without AVX-512 (which has its own rows).
+#if !defined(__AVX2__)
+// The keyed 24-bit byte loops, for levels without AVX2 (which has its own rows).
 
 // Codes of the bytes of 3-byte pixel pairs, for the keyed members' byte loops.
 enum KeyCode : uint8_t { kOwnKey = 1, kOtherKey = 2, kRight = 4 };
-
-#if defined(__SSSE3__)
-// Per 16-byte lane holding four 3-byte pixels in its first 12 bytes: the shuffles that
-// gather each pixel into a 32-bit lane, spread its key over its bytes, spread the other
-// pixel of its pair's key over them, and the kRight bits.
-constexpr uint8_t kKeyLane[4][16] = {
-    {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80},
-    {0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, 0x80, 0x80, 0x80, 0x80},
-    {4, 4, 4, 0, 0, 0, 12, 12, 12, 8, 8, 8, 0x80, 0x80, 0x80, 0x80},
-    {0, 0, 0, 4, 4, 4, 0, 0, 0, 4, 4, 4, 0, 0, 0, 0}};
-inline __m128i KeyLane(int n) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i *>(kKeyLane[n]));
-}
-#endif
 
 // For each byte of `pixels` (an even count) 3-byte pixels its code: kOwnKey when its
 // pixel is the key, kOtherKey when the other pixel of its pair is, kRight when it
@@ -117,45 +118,7 @@ inline __m128i KeyLane(int n) {
 // bytes read stay within the pixels.
 inline void KeyCodes24(const uint8_t *__restrict s, int64_t pixels, uint32_t key,
                        uint8_t *__restrict code) {
-  int64_t i = 0;
-#if defined(__AVX2__)
-  {
-    // Lane 0 holds bytes 0..15, lane 1 bytes 12..27; each lane's first 12 bytes are
-    // four pixels.
-    __m256i t[4];
-    for (int n = 0; n < 4; ++n) t[n] = _mm256_broadcastsi128_si256(KeyLane(n));
-    const __m256i split = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
-    const __m256i join = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
-    const __m256i k = _mm256_set1_epi32(static_cast<int>(key & kColourBytes));
-    const __m256i one = _mm256_set1_epi8(1);
-    for (; 3 * i + 32 <= 3 * pixels; i += 8) {
-      __m256i raw = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + 3 * i));
-      __m256i px = _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split), t[0]);
-      __m256i m = _mm256_and_si256(_mm256_cmpeq_epi32(px, k), one);
-      __m256i other = _mm256_shuffle_epi8(m, t[2]);
-      __m256i c = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(m, t[1]), t[3]),
-                                  _mm256_add_epi8(other, other));
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(code + 3 * i),
-                          _mm256_permutevar8x32_epi32(c, join));
-    }
-  }
-#endif
-#if defined(__SSSE3__)
-  {
-    const __m128i t[4] = {KeyLane(0), KeyLane(1), KeyLane(2), KeyLane(3)};
-    const __m128i k = _mm_set1_epi32(static_cast<int>(key & kColourBytes));
-    const __m128i one = _mm_set1_epi8(1);
-    for (; 3 * i + 16 <= 3 * pixels; i += 4) {
-      __m128i raw = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + 3 * i));
-      __m128i m = _mm_and_si128(_mm_cmpeq_epi32(_mm_shuffle_epi8(raw, t[0]), k), one);
-      __m128i other = _mm_shuffle_epi8(m, t[2]);
-      __m128i c =
-          _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(m, t[1]), t[3]), _mm_add_epi8(other, other));
-      _mm_storeu_si128(reinterpret_cast<__m128i *>(code + 3 * i), c);
-    }
-  }
-#endif
-  for (; i < pixels; i += 2) {
+  for (int64_t i = 0; i < pixels; i += 2) {
     uint8_t kl = IsKey<3>(Load24(s + 3 * i), key), kr = IsKey<3>(Load24(s + 3 * i + 3), key);
     for (int j = 0; j < 3; ++j) {
       code[3 * i + j] = static_cast<uint8_t>(kl * kOwnKey + kr * kOtherKey);
@@ -210,7 +173,7 @@ inline void KeyedPairs24(const RowArgs &r, Fn fn, After after) {
   });
 }
 
-#endif  // !defined(__AVX512BW__)
+#endif  // !defined(__AVX2__)
 
 // Keyed 16-bit pixels: destination pixel i keeps its value where source pixel i is the
 // key and becomes fn(source pixel, element) elsewhere, for i < count.
@@ -269,84 +232,108 @@ inline void KeyedPairs32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t
 Row<RawMem> Raw(const RowArgs &r) { return {r, {}, {}, {}}; }
 
 #if defined(__AVX512BW__)
-// GCC 12's AVX-512 headers trip its own uninitialised-value warnings once inlined;
-// the keyed 24-bit rows below use them (popped after those rows).
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+using VB = vec::V512;
+#define RK_CHAN_VEC 1
+#elif defined(__AVX2__)
+using VB = vec::V256;
+#define RK_CHAN_VEC 1
+#elif defined(__SSE2__)
+using VB = vec::V128;
+#define RK_CHAN_VEC 1
 #endif
-// Keyed 24-bit pairs ten at a time (60 bytes of a 64-byte register). Masks have one
-// bit per byte of the step; pair q of the step starts at bit 6q.
-constexpr int64_t kStepPairs = 10;
-constexpr uint64_t kPairStarts = [] {
-  uint64_t m = 0;
-  for (int q = 0; q < kStepPairs; ++q) m |= uint64_t{1} << (6 * q);
-  return m;
-}();
 
-// Per-byte vpermw indices for the two 32-byte halves of a step: the byte's pixel, and
-// the left pixel of the byte's pair.
-template <bool kLeft>
-inline __m512i SpreadIndex(int half) {
-  alignas(64) uint16_t idx[32] = {};
-  for (int j = 0; j < 32; ++j) {
-    int b = 32 * half + j;
-    idx[j] = static_cast<uint16_t>(kLeft ? b / 6 * 2 : b / 3);
+#if defined(RK_CHAN_VEC)
+// 4-byte pixels in whole registers from the left: each register of pixels becomes
+// fn(V{}, pixels, elements (ElemsPix), destination, first pixel). When kKeyed, a key
+// pixel keeps its destination: fn's result there is not stored (AVX-512: a masked
+// store, and fn gets 0 for the destination; otherwise the destination is loaded for
+// fn, which keeps it at the key pixels). Loaded before stored, so the destination may
+// be the source. Returns the pixels done.
+template <int CE, bool kKeyed, class Fn>
+int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count,
+               [[maybe_unused]] uint32_t key, Fn fn) {
+  constexpr int kN = VB::kBytes / 4;
+  int64_t i = 0;
+  for (; i + kN <= count; i += kN) {
+    auto px = VB::Load(s + 4 * i);
+    auto e = vec::ElemsPix<VB, CE>(c + CE * i);
+#if defined(__AVX512BW__)
+    if constexpr (kKeyed) {
+      __mmask16 drawn = _mm512_cmpneq_epi32_mask(_mm512_and_si512(px, VB::Set32(kColourBytes)),
+                                                 VB::Set32(key & kColourBytes));
+      _mm512_mask_storeu_epi32(d + 4 * i, drawn, fn(VB{}, px, e, VB::Zero(), i));
+      continue;
+    }
+#endif
+    auto o = kKeyed ? VB::Load(d + 4 * i) : VB::Zero();
+    VB::Store(d + 4 * i, fn(VB{}, px, e, o, i));
   }
-  return _mm512_load_si512(idx);
+  return i;
 }
+#endif
 
-// The key repeated over a register, byte b holding key byte b % 3.
-inline __m512i KeyPattern24(uint32_t key) {
-  alignas(64) uint8_t pat[64];
-  for (int b = 0; b < 64; ++b) pat[b] = static_cast<uint8_t>(key >> (8 * (b % 3)));
-  return _mm512_load_si512(pat);
+#if defined(__AVX2__)
+// 3-byte pixels gathered into 32-bit lanes (the fourth byte 0), 16 a step with
+// AVX-512BW and 8 with AVX2, for fn as Rows32 has them, and packed back. A step reads
+// 16 (8) bytes past its pixels, so steps run while that much of the row remains.
+template <int CE, bool kReadDst, class Fn>
+int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
+  const __m128i gather128 =
+      _mm_setr_epi8(0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128);
+  const __m128i pack128 =
+      _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128);
+  int64_t i = 0;
+#if defined(__AVX512BW__)
+  using V = vec::V512;
+  const __m512i split = _mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12);
+  const __m512i join = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15);
+  const __m512i gather = _mm512_broadcast_i32x4(gather128), pack = _mm512_broadcast_i32x4(pack128);
+  auto expand = [&](const uint8_t *p) {
+    return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(split, _mm512_loadu_si512(p)), gather);
+  };
+  for (; 3 * i + 64 <= 3 * count; i += 16) {
+    auto o = kReadDst ? expand(d + 3 * i) : V::Zero();
+    __m512i v = fn(V{}, expand(s + 3 * i), vec::ElemsPix<V, CE>(c + CE * i), o, i);
+    v = _mm512_permutexvar_epi32(join, _mm512_shuffle_epi8(v, pack));
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 3 * i), _mm512_castsi512_si256(v));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(d + 3 * i + 32), _mm512_extracti32x4_epi32(v, 2));
+  }
+#endif
+  using W = vec::V256;
+  const __m256i split8 = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
+  const __m256i join8 = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+  const __m256i gather8 = _mm256_broadcastsi128_si256(gather128),
+                pack8 = _mm256_broadcastsi128_si256(pack128);
+  auto expand8 = [&](const uint8_t *p) {
+    __m256i raw = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
+    return _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split8), gather8);
+  };
+  for (; 3 * i + 32 <= 3 * count; i += 8) {
+    auto o = kReadDst ? expand8(d + 3 * i) : W::Zero();
+    __m256i v = fn(W{}, expand8(s + 3 * i), vec::ElemsPix<W, CE>(c + CE * i), o, i);
+    v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack8), join8);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(d + 3 * i), _mm256_castsi256_si128(v));
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(d + 3 * i + 16), _mm256_extracti128_si256(v, 1));
+  }
+  return i;
 }
+#endif
 
-// Byte-masked loads keep to the row but are slow to stream (the hardware prefetchers do
-// not follow them), so a step reads whole registers while at least kAheadPairs pairs of
-// the row start at it, enough for every read below; only the row's last steps mask.
-constexpr int64_t kAheadPairs = 16;
+#if defined(RK_CHAN_VEC)
+// Pairs of drawn pixels by the Light byte formula, each its own element as a signed
+// factor; the fourth byte 0.
 template <class V>
-inline V LoadBytes(const uint8_t *p, uint64_t mask, bool whole) {
-  if constexpr (sizeof(V) == 64) {
-    return whole ? _mm512_loadu_si512(p) : _mm512_maskz_loadu_epi8(mask, p);
-  } else {
-    return whole ? _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p))
-                 : _mm256_maskz_loadu_epi8(static_cast<__mmask32>(mask), p);
-  }
+typename V::T LightPairsVec(typename V::T px, typename V::T e) {
+  return vec::LightPixBytes<V>(px, e, V::Set16(0xFFFF));
 }
-
-// One step of n <= kStepPairs pairs: the source bytes, and per pair (at its start bit)
-// whether its left / right pixel is the key. Nothing past the n pairs is read unless
-// whole (kAheadPairs pairs of the row start at s).
-struct KeyStep24 {
-  __m512i src;
-  uint64_t pairs, keyL, keyR;
-  uint64_t Drawn() const { return pairs & ~keyL & ~keyR; }  // neither pixel the key
-  uint64_t OneKey() const { return keyL ^ keyR; }
-};
-inline KeyStep24 LoadKeyStep24(const uint8_t *s, int64_t n, __m512i pattern, bool whole) {
-  uint64_t bytes = (uint64_t{1} << (6 * n)) - 1;
-  __m512i src = LoadBytes<__m512i>(s, bytes, whole);
-  uint64_t m = _mm512_mask_cmpeq_epi8_mask(bytes, src, pattern);
-  uint64_t pix = m & m >> 1 & m >> 2;  // at each pixel's first byte
-  uint64_t pairs = kPairStarts & bytes;
-  return {src, pairs, pix & pairs, pix >> 3 & pairs};
-}
-// Bits at pair starts spread over the pairs' six bytes, and over a pixel's three.
-inline uint64_t PairBytes(uint64_t starts) { return starts * 63; }
-inline uint64_t PixelBytes(uint64_t starts) { return starts * 7; }
-
-// Half h (bytes 32h..32h+31) of a step's source bytes as 16-bit lanes.
-inline __m512i Widen(__m512i v, int half) {
-  return _mm512_cvtepu8_epi16(half ? _mm512_extracti64x4_epi64(v, 1) : _mm512_castsi512_si256(v));
-}
-// Two halves of 16-bit lanes (each at most 255) as 64 bytes.
-inline __m512i Narrow(__m512i lo, __m512i hi) {
-  return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtepi16_epi8(lo)),
-                            _mm512_cvtepi16_epi8(hi), 1);
+// Keyed pairs of Light: a key keeps the destination; a pixel whose partner is the key
+// takes the pair's left element unsigned; a pixel of a drawn pair its own, signed.
+template <class V>
+typename V::T MaskLightPairsVec(typename V::T px, typename V::T e, typename V::T o, uint32_t key) {
+  auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
+  auto c = V::Select(kp, V::LeftPix(e), e);
+  auto both = V::AndNot(V::Or(k, kp), V::Set32(~0u));
+  return V::Select(k, o, vec::LightPixBytes<V>(px, c, both));
 }
 #endif
 
@@ -358,18 +345,36 @@ void FastLightChan1615(const RowArgs &r) {
   // Depth 15's four-pixel step (possibly over the lone pixel) is done first, as the
   // reference does; the groups left of it are one map.
   if constexpr (std::is_same_v<F, Color15>) LightChan15Ends(Raw(r));
-  int64_t n = std::is_same_v<F, Color15> ? r.w & ~3 : r.w;
-  MapRowChan<2, 2>(r.d, r.s, r.c, n,
+  int64_t n = std::is_same_v<F, Color15> ? r.w & ~3 : r.w, i = 0;
+#if defined(RK_CHAN_VEC)
+  i = vec::Rows16<VB, 2, false>(r.d, r.s, r.c, n, 0, vec::LightPix<VB, F>);
+#endif
+  MapRowChan<2, 2>(r.d + 2 * i, r.s + 2 * i, r.c + 2 * i, n - i,
                    [](uint32_t p, uint32_t c) { return LightChanPixel<F>(p, c); });
 }
 
 template <int Bpp>
 void FastLightChanBytes(const RowArgs &r) {
-  if (r.w & 1) ChanUnit<1>(Chan<Bpp, 2>(Raw(r)), r.w - 1, LightChanLone);
+  auto x = Chan<Bpp, 2>(Raw(r));
+  if (r.w & 1) ChanUnit<1>(x, r.w - 1, LightChanLone);
+#if defined(RK_CHAN_VEC)
+  [[maybe_unused]] auto vecFn = [](auto v, auto px, auto e, auto, int64_t) {
+    return LightPairsVec<decltype(v)>(px, e);
+  };
+#endif
+  int64_t i = 0;
   if constexpr (Bpp == 3) {
+#if defined(__AVX2__)
+    i = Rows24<2, false>(r.d, r.s, r.c, 2 * Pairs(r), vecFn);
+    for (int64_t col = i; col < 2 * Pairs(r); col += 2) ChanUnit<2>(x, col, LightChanPair);
+#else
     Pairs24<2>(r, [](uint32_t v, uint32_t c, int64_t) { return LightChanByte16(v, c, true); });
+#endif
   } else {
-    MapRowChan<4, 2>(r.d, r.s, r.c, Pairs(r) * 2,
+#if defined(RK_CHAN_VEC)
+    i = Rows32<2, false>(r.d, r.s, r.c, 2 * Pairs(r), 0, vecFn);
+#endif
+    MapRowChan<4, 2>(r.d + 4 * i, r.s + 4 * i, r.c + 2 * i, Pairs(r) * 2 - i,
                      [](uint32_t px, uint32_t c) { return LightChanPair(px, c); });
   }
 }
@@ -379,17 +384,41 @@ void FastLightChanBytes(const RowArgs &r) {
 
 template <class F>
 void FastDarkleChan1615(const RowArgs &r) {
-  MapRowChan<2, 1>(r.d, r.s, r.c, r.w,
+  int64_t i = 0;
+#if defined(RK_CHAN_VEC)
+  i = vec::Rows16<VB, 1, false>(r.d, r.s, r.c, r.w, 0, vec::DarklePix<VB, F>);
+#endif
+  MapRowChan<2, 1>(r.d + 2 * i, r.s + 2 * i, r.c + i, r.w - i,
                    [](uint32_t p, uint32_t c) { return DarkleChanPixel<F>(p, c); });
 }
 
 void FastDarkleChan24(const RowArgs &r) {
   DarkleChan24Lone(Raw(r));
-  Pairs24<1>(r, [](uint32_t v, uint32_t c, int64_t b) { return DarkleChan24PairByte(v, c, b); });
+#if defined(__AVX2__)
+  // Only bytes 0 and 2 of a pair's left pixel and byte 1 of its right pixel are kept.
+  int64_t i =
+      Rows24<1, false>(r.d, r.s, r.c, 2 * Pairs(r), [](auto v, auto px, auto e, auto, int64_t) {
+        using V = decltype(v);
+        return V::And(vec::DarklePixBytes<V>(px, e), V::Set64(0x0000FF0000FF00FFull));
+      });
+  auto x = Chan<3, 1>(Raw(r));
+  for (int64_t col = i; col < 2 * Pairs(r); ++col)
+    x.Put(col, DarkleChan24PairPixel(x.Src(col), x.Chan(col), col));
+#else
+  // The odd bytes of the pairs come out 0 through a factor of 0.
+  Pairs24<1, true>(r, [](uint32_t v, uint32_t c, int64_t) { return DarkleByte(v, c); });
+#endif
 }
 
 void FastDarkleChan32(const RowArgs &r) {
-  MapRowChan<4, 1>(r.d, r.s, r.c, r.w, [](uint32_t px, uint32_t c) { return DarkleChan4(px, c); });
+  int64_t i = 0;
+#if defined(RK_CHAN_VEC)
+  i = Rows32<1, false>(r.d, r.s, r.c, r.w, 0, [](auto v, auto px, auto e, auto, int64_t) {
+    return vec::DarklePixBytes<decltype(v)>(px, e);
+  });
+#endif
+  MapRowChan<4, 1>(r.d + 4 * i, r.s + 4 * i, r.c + i, r.w - i,
+                   [](uint32_t px, uint32_t c) { return DarkleChan4(px, c); });
 }
 
 // ---------------------------------------------------------------------------------
@@ -398,47 +427,34 @@ void FastDarkleChan32(const RowArgs &r) {
 template <class F>
 void FastMaskLightChan1615(const RowArgs &r) {
   MaskLightChan1615Ends<F>(Raw(r));
-  BlendRowChan<2>(r.d, r.s, r.c, r.w & ~3, r.b,
+  int64_t n = r.w & ~3, i = 0;
+#if defined(RK_CHAN_VEC)
+  i = vec::Rows16<VB, 2, true>(r.d, r.s, r.c, n, r.b, vec::MaskLightPix<VB, F>);
+#endif
+  BlendRowChan<2>(r.d + 2 * i, r.s + 2 * i, r.c + 2 * i, n - i, r.b,
                   [](uint32_t p, uint32_t c) { return MaskLightLane<F>(p, ChannelScale16(c)); });
 }
 
 template <class F>
 void FastMaskDarkleChan1615(const RowArgs &r) {
-  int64_t cols = MaskDarkleChan1615Ends<F>(Raw(r));
-  BlendRowChan<1>(r.d, r.s, r.c, cols, r.b,
+  int64_t cols = MaskDarkleChan1615Ends<F>(Raw(r)), i = 0;
+#if defined(RK_CHAN_VEC)
+  i = vec::Rows16<VB, 1, true>(r.d, r.s, r.c, cols, r.b, vec::DarklePix<VB, F>);
+#endif
+  BlendRowChan<1>(r.d + 2 * i, r.s + 2 * i, r.c + i, cols - i, r.b,
                   [](uint32_t p, uint32_t c) { return DarkleChanPixel<F>(p, c); });
 }
 
 void FastMaskLightChan24(const RowArgs &r) {
-  if (r.w & 1) KeyedLone<3>(Chan<3, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
-#if defined(__AVX512BW__)
-  // LightChanByte16 in 16-bit lanes: a pair of two drawn pixels takes each pixel's own
-  // element as a signed factor, a pixel drawn alone the left element unsigned; only
-  // the drawn bytes are stored.
-  const __m512i pattern = KeyPattern24(r.b), ff = _mm512_set1_epi16(255);
-  const __m512i own[2] = {SpreadIndex<false>(0), SpreadIndex<false>(1)};
-  const __m512i left[2] = {SpreadIndex<true>(0), SpreadIndex<true>(1)};
-  for (int64_t q0 = 0; q0 < Pairs(r); q0 += kStepPairs) {
-    int64_t n = std::min(kStepPairs, Pairs(r) - q0);
-    bool whole = q0 + kAheadPairs <= Pairs(r);
-    KeyStep24 k = LoadKeyStep24(r.s + 6 * q0, n, pattern, whole);
-    uint64_t pair = PairBytes(k.Drawn());
-    uint64_t alone = PixelBytes(k.keyR & ~k.keyL) | PixelBytes(k.keyL & ~k.keyR) << 3;
-    if ((pair | alone) == 0) continue;
-    __m512i elems = LoadBytes<__m512i>(r.c + 4 * q0, (uint64_t{1} << (4 * n)) - 1, whole);
-    __m512i res[2];
-    for (int h = 0; h < 2; ++h) {
-      auto pw = static_cast<__mmask32>(pair >> (32 * h));
-      __m512i v = Widen(k.src, h);
-      __m512i c = _mm512_mask_blend_epi16(pw, _mm512_permutexvar_epi16(left[h], elems),
-                                          _mm512_permutexvar_epi16(own[h], elems));
-      __m512i lo = _mm512_mullo_epi16(v, c), hi = _mm512_mulhi_epu16(v, c);
-      __m512i from = _mm512_maskz_mov_epi16(pw & _mm512_movepi16_mask(c), v);
-      res[h] =
-          _mm512_mask_mov_epi16(_mm512_srli_epi16(lo, 8), _mm512_cmpgt_epu16_mask(hi, from), ff);
-    }
-    _mm512_mask_storeu_epi8(r.d + 6 * q0, pair | alone, Narrow(res[0], res[1]));
-  }
+  auto x = Chan<3, 2>(Raw(r));
+  if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, LightChanLone);
+#if defined(__AVX2__)
+  int64_t i = Rows24<2, true>(r.d, r.s, r.c, 2 * Pairs(r),
+                              [key = r.b](auto v, auto px, auto e, auto o, int64_t) {
+                                return MaskLightPairsVec<decltype(v)>(px, e, o, key);
+                              });
+  for (int64_t col = i; col < 2 * Pairs(r); col += 2)
+    KeyedPair<3, true, false>(x, col, r.b, LightChanLone, LightChanPair);
 #else
   // A pixel drawn alone takes the left element.
   KeyedPairs24<2>(
@@ -454,7 +470,14 @@ void FastMaskLightChan24(const RowArgs &r) {
 
 void FastMaskLightChan32(const RowArgs &r) {
   if (r.w & 1) KeyedLone<4>(Chan<4, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
-  KeyedPairs32<true, 2>(r.d, r.s, r.c, Pairs(r), r.b,
+  int64_t i = 0;
+#if defined(RK_CHAN_VEC)
+  i = Rows32<2, true>(r.d, r.s, r.c, 2 * Pairs(r), r.b,
+                      [key = r.b](auto v, auto px, auto e, auto o, int64_t) {
+                        return MaskLightPairsVec<decltype(v)>(px, e, o, key);
+                      });
+#endif
+  KeyedPairs32<true, 2>(r.d + 4 * i, r.s + 4 * i, r.c + 2 * i, Pairs(r) - i / 2, r.b,
                         [](uint32_t px, uint32_t cAlone, uint32_t c, bool both) {
                           uint32_t alone = LightChanLone(px, cAlone), pair = LightChanPair(px, c);
                           return both ? pair : alone;
@@ -482,36 +505,41 @@ void PutMisplaced24(const X &x, const RowArgs &r, int64_t q) {
 void FastMaskDarkleChan24(const RowArgs &r) {
   auto x = Chan<3, 1>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
-#if defined(__AVX512BW__)
-  // The drawn pairs from the left, DarkleByte in 16-bit lanes, each pixel its own
-  // element; then, if the row has one-key pairs, their misplaced pixels from the right.
-  const __m512i pattern = KeyPattern24(r.b);
-  const __m512i own[2] = {SpreadIndex<false>(0), SpreadIndex<false>(1)};
+#if defined(__AVX2__)
+  // The drawn pairs at their places (a pair with a key keeps its destination here),
+  // noting the steps of 8 pixels with a one-key pair (the first kNoted of a row; any
+  // further ones, and the pairs after the steps, are looked at again); then the
+  // misplaced pixels of the one-key pairs from the right.
+  constexpr int64_t kNoted = 4096;
+  uint64_t noted[kNoted / 64] = {};
   bool anyOne = false;
-  for (int64_t q0 = 0; q0 < Pairs(r); q0 += kStepPairs) {
-    int64_t n = std::min(kStepPairs, Pairs(r) - q0);
-    bool whole = q0 + kAheadPairs <= Pairs(r);
-    KeyStep24 k = LoadKeyStep24(r.s + 6 * q0, n, pattern, whole);
-    anyOne |= k.OneKey() != 0;
-    uint64_t drawn = PairBytes(k.Drawn());
-    if (drawn == 0) continue;
-    __m512i elems =
-        _mm512_cvtepu8_epi16(LoadBytes<__m256i>(r.c + 2 * q0, (uint64_t{1} << (2 * n)) - 1, whole));
-    __m512i res[2];
-    for (int h = 0; h < 2; ++h) {
-      __m512i c = _mm512_permutexvar_epi16(own[h], elems);
-      res[h] = _mm512_srli_epi16(_mm512_mullo_epi16(Widen(k.src, h), c), 8);
+  int64_t i = Rows24<1, true>(
+      r.d, r.s, r.c, 2 * Pairs(r), [&, key = r.b](auto v, auto px, auto e, auto o, int64_t at) {
+        using V = decltype(v);
+        auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
+        if (V::Any(V::Xor(k, kp))) {
+          anyOne = true;
+          for (int64_t u = at / 8; u < (at + V::kBytes / 4) / 8 && u < kNoted; ++u)
+            noted[u / 64] |= uint64_t{1} << (u % 64);
+        }
+        return V::Select(V::Or(k, kp), o, vec::DarklePixBytes<V>(px, e));
+      });
+  for (int64_t col = i; col < 2 * Pairs(r); col += 2) {
+    KeyedPairIn q = ReadKeyedPair<3>(x, col, r.b);
+    if (q.Both()) {
+      x.Put(col, DarkleChan3(q.p[0], q.c[0]));
+      x.Put(col + 1, DarkleChan3(q.p[1], q.c[1]));
     }
-    _mm512_mask_storeu_epi8(r.d + 6 * q0, drawn, Narrow(res[0], res[1]));
+    anyOne |= !q.Both() && !q.None();
   }
-  for (int64_t q0 = (Pairs(r) - 1) / kStepPairs * kStepPairs; anyOne && q0 >= 0; q0 -= kStepPairs) {
-    int64_t n = std::min(kStepPairs, Pairs(r) - q0);
-    KeyStep24 k = LoadKeyStep24(r.s + 6 * q0, n, pattern, q0 + kAheadPairs <= Pairs(r));
-    for (uint64_t one = k.OneKey(); one != 0;) {
-      int bit = 63 - std::countl_zero(one);
-      one &= ~(uint64_t{1} << bit);
-      PutMisplaced24(x, r, q0 + bit / 6);
+  for (int64_t q = Pairs(r) - 1; anyOne && q >= 0; --q) {
+    int64_t u = q / 4;
+    if (2 * q < i && u < kNoted && (noted[u / 64] >> (u % 64) & 1) == 0) {
+      q = 4 * u;  // the whole step has no one-key pair
+      continue;
     }
+    KeyedPairIn p = ReadKeyedPair<3>(x, 2 * q, r.b);
+    if (!p.None() && !p.Both()) PutMisplaced24(x, r, q);
   }
 #else
   constexpr int64_t kNoted = 4096;
@@ -539,13 +567,20 @@ void FastMaskDarkleChan24(const RowArgs &r) {
 #endif
 }
 
-#if defined(__AVX512BW__)
-#pragma GCC diagnostic pop
-#endif
-
 void FastMaskDarkleChan32(const RowArgs &r) {
   if (r.w & 1) KeyedLone<4>(Chan<4, 1>(Raw(r)), r.w - 1, r.b, DarkleChan3);
-  KeyedPairs32<false, 1>(r.d, r.s, r.c, Pairs(r), r.b,
+  int64_t i = 0;
+#if defined(RK_CHAN_VEC)
+  // A pixel drawn alone (its partner the key) writes its fourth byte as 0.
+  i = Rows32<1, true>(r.d, r.s, r.c, 2 * Pairs(r), r.b,
+                      [key = r.b](auto tag, auto px, auto e, auto o, int64_t) {
+                        using V = decltype(tag);
+                        auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
+                        auto v = vec::DarklePixBytes<V>(px, e);
+                        return V::Select(k, o, V::Select(kp, V::And(v, V::Set32(kColourBytes)), v));
+                      });
+#endif
+  KeyedPairs32<false, 1>(r.d + 4 * i, r.s + 4 * i, r.c + i, Pairs(r) - i / 2, r.b,
                          [](uint32_t px, uint32_t, uint32_t c, bool both) {
                            return DarkleChan3(px, c) | (both ? DarkleByte(px >> 24, c) << 24 : 0);
                          });
@@ -554,6 +589,10 @@ void FastMaskDarkleChan32(const RowArgs &r) {
 }  // namespace
 }  // namespace bright
 RK_NS_END
+
+#if defined(__AVX512BW__)
+#pragma GCC diagnostic pop
+#endif
 
 RK_FAST_FAMILY(brightness_channel) {
   using namespace bright;
