@@ -6,7 +6,7 @@
 #define RK_CONVERT_FAST(name, dsts, srcs) \
   t.Set(KernelId::RkBitConvert##name, &conv::FastWalk<conv::name>);
 
-#if RK_TRIPLE_MOVES
+#if RK_TRIPLE_MOVES_512
 RK_NS_BEGIN
 namespace conv {
 namespace {
@@ -133,7 +133,7 @@ RK_NS_END
 
 RK_FAST_FAMILY(convert) {
   RK_CONVERT_ALL(RK_CONVERT_FAST)
-#if RK_TRIPLE_MOVES
+#if RK_TRIPLE_MOVES_512
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey24Walk<2>);
   t.Set(KernelId::RkBitConvertColor15ToLight, &conv::Light15Walk);
