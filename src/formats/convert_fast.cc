@@ -129,6 +129,92 @@ void Light15Walk(const ConvArgs &args) {
 }  // namespace
 }  // namespace conv
 RK_NS_END
+#elif RK_TRIPLE_MOVES
+RK_NS_BEGIN
+namespace conv {
+namespace {
+
+// Grey levels of four colour words (B, G, R, any), GreyOfBytes lane-parallel: the
+// 16-bit lanes (B, R) weighed by (29, 77) and (G, fourth byte) by (150, 0) are
+// each added into their 32-bit lane, giving the exact sum (at most 65280).
+inline __m128i GreyOf4(__m128i w) {
+  const __m128i rb = _mm_set1_epi32(29 | 77 << 16), g = _mm_set1_epi32(150);
+  __m128i s = _mm_add_epi32(_mm_madd_epi16(_mm_and_si128(w, _mm_set1_epi32(0x00FF00FF)), rb),
+                            _mm_madd_epi16(_mm_srli_epi16(w, 8), g));
+  return _mm_srli_epi32(s, 8);
+}
+// Levels of eight pixels as two vectors of four colour words, stored.
+template <int OutBytes>
+inline void StoreGrey8(uint8_t *out, __m128i lo, __m128i hi) {
+  __m128i levels = _mm_packs_epi32(GreyOf4(lo), GreyOf4(hi));
+  if constexpr (OutBytes == 1) {
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(out), _mm_packus_epi16(levels, levels));
+  } else {
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), levels);
+  }
+}
+
+#if defined(__AVX2__)
+// The sums 29 B + 150 G + 77 R, >> 8, of eight 3-byte pixels read from exactly
+// their 24 bytes (bytes 0..15 and 8..23): each pixel is spread to (B, G, R, G) and
+// weighed by (29, 99, 77, 51) in byte products (each pair of them at most
+// 128 x 255, so nothing saturates), and the two words are added.
+inline __m256i Grey8Of24(const uint8_t *p) {
+  const __m256i spread = _mm256_setr_epi8(0, 1, 2, 1, 3, 4, 5, 4, 6, 7, 8, 7, 9, 10, 11, 10,  //
+                                          4, 5, 6, 5, 7, 8, 9, 8, 10, 11, 12, 11, 13, 14, 15, 14);
+  const __m256i weights = _mm256_set1_epi32(29 | 99 << 8 | 77 << 16 | 51 << 24);
+  __m256i raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(p + 8),
+                                    reinterpret_cast<const __m128i *>(p));
+  __m256i sums = _mm256_madd_epi16(_mm256_maddubs_epi16(_mm256_shuffle_epi8(raw, spread), weights),
+                                   _mm256_set1_epi16(1));
+  return _mm256_srli_epi32(sums, 8);
+}
+#endif
+
+// Color24 (InBytes 3) or Color32 pixels to grey levels, eight or sixteen a step;
+// the rest one by one.
+template <int InBytes, int OutBytes>
+void GreyWalk(const ConvArgs &args) {
+  const uint8_t *in = args.s[0];
+  uint8_t *out = args.d[0];
+  const size_t n = args.count;
+  size_t i = 0;
+  if constexpr (InBytes == 4) {
+    for (; i + 8 <= n; i += 8) {
+      const __m128i *p = reinterpret_cast<const __m128i *>(in + 4 * i);
+      StoreGrey8<OutBytes>(out + OutBytes * i, _mm_loadu_si128(p), _mm_loadu_si128(p + 1));
+    }
+  } else {
+#if defined(__AVX2__)
+    for (; i + 16 <= n; i += 16) {
+      // The pack interleaves the halves' lanes; the permute puts pixels 0..15 in order.
+      __m256i levels = _mm256_permute4x64_epi64(
+          _mm256_packus_epi32(Grey8Of24(in + 3 * i), Grey8Of24(in + 3 * i + 24)), 0xD8);
+      if constexpr (OutBytes == 1) {
+        __m128i bytes =
+            _mm_packus_epi16(_mm256_castsi256_si128(levels), _mm256_extracti128_si256(levels, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i), bytes);
+      } else {
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 2 * i), levels);
+      }
+    }
+#else
+    // Four pairs, whose loads reach 2 bytes past the last of them.
+    for (; i + 8 <= n && 3 * i + 26 <= 3 * n; i += 8) {
+      const uint8_t *p = in + 3 * i;
+      StoreGrey8<OutBytes>(out + OutBytes * i, PairsToWords<3>(LoadPairs(p, 6)),
+                           PairsToWords<3>(LoadPairs(p + 12, 6)));
+    }
+#endif
+  }
+  for (; i < n; ++i) {
+    StoreLE<OutBytes>(out + OutBytes * i, GreyOfBytes(LoadLE<InBytes>(in + InBytes * i)));
+  }
+}
+
+}  // namespace
+}  // namespace conv
+RK_NS_END
 #endif
 
 RK_FAST_FAMILY(convert) {
@@ -137,5 +223,10 @@ RK_FAST_FAMILY(convert) {
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey24Walk<2>);
   t.Set(KernelId::RkBitConvertColor15ToLight, &conv::Light15Walk);
+#elif RK_TRIPLE_MOVES
+  t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::GreyWalk<3, 1>);
+  t.Set(KernelId::RkBitConvertColor24ToLight, &conv::GreyWalk<3, 2>);
+  t.Set(KernelId::RkBitConvertColor32ToTrans, &conv::GreyWalk<4, 1>);
+  t.Set(KernelId::RkBitConvertColor32ToLight, &conv::GreyWalk<4, 2>);
 #endif
 }
