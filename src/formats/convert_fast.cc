@@ -171,6 +171,70 @@ inline __m256i Grey8Of24(const uint8_t *p) {
 }
 #endif
 
+#if defined(__AVX2__)
+// Grey Color24 pixels of levels (TransToColor24: bytes; LightToColor24: 16-bit
+// elements, 255 and more read as 255), 16 a step: the levels spread to 48 bytes
+// (t, t, t) by three byte shuffles. The rest go through the member's formula.
+template <class K>
+void GreyTriplesWalk(const ConvArgs &args) {
+  constexpr int kIn = K::kSrc[0].bytes;
+  const uint8_t *in = args.s[0];
+  uint8_t *out = args.d[0];
+  const size_t n = args.count;
+  const __m128i spread[3] = {
+      _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5),
+      _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10),
+      _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15)};
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m128i *p = reinterpret_cast<const __m128i *>(in + kIn * i);
+    __m128i levels;
+    if constexpr (kIn == 1) {
+      levels = _mm_loadu_si128(p);
+    } else {
+      const __m128i top = _mm_set1_epi16(255);
+      levels = _mm_packus_epi16(_mm_min_epu16(_mm_loadu_si128(p), top),
+                                _mm_min_epu16(_mm_loadu_si128(p + 1), top));
+    }
+    for (int k = 0; k < 3; ++k) {
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 3 * i + 16 * k),
+                       _mm_shuffle_epi8(levels, spread[k]));
+    }
+  }
+  for (; i < n; ++i) StoreLE<3>(out + 3 * i, K::Map(LoadLE<kIn>(in + kIn * i)));
+}
+
+// Color15 to Light with AVX2, 16 elements a vector: the AVX-512 walk's arithmetic
+// (half of each element's sum, h = 308 a + 116 b + 600 c, from high-half products of
+// fields moved to the top of the word; the level is (h >> 7) & 0xFF), which gives
+// the pair's two lanes and a lone element alike.
+inline __m256i Light15x16(__m256i v) {
+  __m256i a = _mm256_slli_epi16(v, 11), b = _mm256_and_si256(v, _mm256_set1_epi16(0x7C00)),
+          c = _mm256_and_si256(_mm256_slli_epi16(v, 5), _mm256_set1_epi16(-1024));
+  __m256i h = _mm256_add_epi16(_mm256_mulhi_epu16(a, _mm256_set1_epi16(308 * 32)),
+                               _mm256_mulhi_epu16(b, _mm256_set1_epi16(116 * 64)));
+  h = _mm256_add_epi16(h, _mm256_mulhi_epu16(c, _mm256_set1_epi16(-0x10000 + 600 * 64)));
+  return _mm256_and_si256(_mm256_srli_epi16(h, 7), _mm256_set1_epi16(0xFF));
+}
+void Light15Walk(const ConvArgs &args) {
+  const uint8_t *in = args.s[0];
+  uint8_t *out = args.d[0];
+  const size_t n = args.count;
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 2 * i));
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 2 * i), Light15x16(v));
+  }
+  if (i < n) {  // the last elements through a zeroed copy
+    alignas(32) uint8_t rest[32] = {};
+    std::memcpy(rest, in + 2 * i, 2 * (n - i));
+    _mm256_store_si256(reinterpret_cast<__m256i *>(rest),
+                       Light15x16(_mm256_load_si256(reinterpret_cast<const __m256i *>(rest))));
+    std::memcpy(out + 2 * i, rest, 2 * (n - i));
+  }
+}
+#endif
+
 // Color24 (InBytes 3) or Color32 pixels to grey levels, eight or sixteen a step;
 // the rest one by one.
 template <int InBytes, int OutBytes>
@@ -228,5 +292,10 @@ RK_FAST_FAMILY(convert) {
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::GreyWalk<3, 2>);
   t.Set(KernelId::RkBitConvertColor32ToTrans, &conv::GreyWalk<4, 1>);
   t.Set(KernelId::RkBitConvertColor32ToLight, &conv::GreyWalk<4, 2>);
+#if defined(__AVX2__)
+  t.Set(KernelId::RkBitConvertTransToColor24, &conv::GreyTriplesWalk<conv::TransToColor24>);
+  t.Set(KernelId::RkBitConvertLightToColor24, &conv::GreyTriplesWalk<conv::LightToColor24>);
+  t.Set(KernelId::RkBitConvertColor15ToLight, &conv::Light15Walk);
+#endif
 #endif
 }
