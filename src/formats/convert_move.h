@@ -211,6 +211,19 @@ inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t reada
   }
 }
 
+#if defined(__AVX2__)
+// The low 3 bytes of eight 32-bit words to exactly 24 bytes: each 128-bit lane
+// packs its four into 12 bytes, and the 32-bit words are then closed up.
+inline void StoreTriples8(uint8_t *out, __m256i v) {
+  const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
+                                        0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+  v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack),
+                                  _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7));
+  _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm256_castsi256_si128(v));
+  _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 16), _mm256_extracti128_si256(v, 1));
+}
+#endif
+
 // The low 3 bytes of in[i] to out + Stride * i; nothing else is written, except
 // that at a stride of 3 a pair's store also writes the next pair's first 2 bytes,
 // which a later store (pairs go in increasing order) or the element-wise rest
@@ -223,18 +236,8 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t tota
   size_t i = 0;
 #if defined(__AVX2__)
   if constexpr (Stride == 3) {
-    // Eight elements to exactly their 24 bytes: each 128-bit lane packs its four
-    // into 12 bytes, and the 32-bit words are then closed up.
-    const __m256i pack =
-        _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
-                         0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-    const __m256i close = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
     for (; i + 8 <= n; i += 8) {
-      __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + i));
-      v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack), close);
-      uint8_t *p = out + 3 * i;
-      _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm256_castsi256_si128(v));
-      _mm_storel_epi64(reinterpret_cast<__m128i *>(p + 16), _mm256_extracti128_si256(v, 1));
+      StoreTriples8(out + 3 * i, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + i)));
     }
   }
 #endif
