@@ -222,6 +222,50 @@ inline void StoreTriples8(uint8_t *out, __m256i v) {
   _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm256_castsi256_si128(v));
   _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 16), _mm256_extracti128_si256(v, 1));
 }
+
+// 32 elements at a stride of 5 as five whole 32-byte vectors. Each 128-bit lane
+// of the output holds bytes of at most four consecutive elements, from the one its
+// first byte belongs to; their words are gathered into the lane and shuffled into
+// place, and the gap bytes are read and written back unchanged.
+struct Stride5Tables {
+  int8_t place[160];  // byte of the lane's words for each output byte, -1 for a gap
+  int8_t gap[160];    // -1 for a gap byte
+};
+constexpr Stride5Tables MakeStride5Tables() {
+  Stride5Tables t{};
+  for (int o = 0; o < 160; ++o) {
+    const int first = 16 * (o / 16) / 5, e = o / 5, b = o % 5;
+    t.place[o] = static_cast<int8_t>(b < 3 ? 4 * (e - first) + b : -1);
+    t.gap[o] = static_cast<int8_t>(b < 3 ? 0 : -1);
+  }
+  return t;
+}
+inline void StoreTriples32At5(uint8_t *out, const uint32_t *in) {
+  alignas(32) static constexpr Stride5Tables kT = MakeStride5Tables();
+  __m256i v[4];
+  for (int q = 0; q < 4; ++q)
+    v[q] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 8 * q));
+  auto idx = [](int a, int b, int c, int d, int e, int f, int g, int h) {
+    return _mm256_setr_epi32(a, b, c, d, e, f, g, h);
+  };
+  // The lanes' first elements are 0, 3 | 6, 9 | 12, 16 | 19, 22 | 25, 28.
+  const __m256i words[5] = {
+      _mm256_permutevar8x32_epi32(v[0], idx(0, 1, 2, 3, 3, 4, 5, 6)),
+      _mm256_blend_epi32(_mm256_permutevar8x32_epi32(v[0], idx(6, 7, 0, 0, 0, 0, 0, 0)),
+                         _mm256_permutevar8x32_epi32(v[1], idx(0, 0, 0, 1, 1, 2, 3, 4)), 0xFC),
+      _mm256_permute2x128_si256(v[1], v[2], 0x21),
+      _mm256_blend_epi32(_mm256_permutevar8x32_epi32(v[2], idx(3, 4, 5, 6, 6, 7, 0, 0)),
+                         _mm256_permutevar8x32_epi32(v[3], idx(0, 0, 0, 0, 0, 0, 0, 1)), 0xC0),
+      _mm256_permutevar8x32_epi32(v[3], idx(1, 2, 3, 4, 4, 5, 6, 7))};
+  for (int j = 0; j < 5; ++j) {
+    __m256i *p = reinterpret_cast<__m256i *>(out + 32 * j);
+    __m256i place = _mm256_load_si256(reinterpret_cast<const __m256i *>(kT.place + 32 * j));
+    __m256i gap = _mm256_load_si256(reinterpret_cast<const __m256i *>(kT.gap + 32 * j));
+    __m256i bytes = _mm256_shuffle_epi8(words[j], place);
+    _mm256_storeu_si256(p, _mm256_or_si256(bytes, _mm256_and_si256(_mm256_loadu_si256(p), gap)));
+  }
+}
+
 #endif
 
 // The low 3 bytes of in[i] to out + Stride * i; nothing else is written, except
@@ -238,6 +282,10 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t tota
   if constexpr (Stride == 3) {
     for (; i + 8 <= n; i += 8) {
       StoreTriples8(out + 3 * i, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + i)));
+    }
+  } else {
+    for (; i + 32 <= n && 5 * i + 160 <= bytes; i += 32) {
+      StoreTriples32At5(out + 5 * i, in + i);
     }
   }
 #endif
