@@ -5,9 +5,6 @@
 // outside its surfaces: all of it sits against inaccessible pages.
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <climits>
 #include <memory>
 #include <vector>
@@ -18,7 +15,9 @@ namespace {
 
 // A surface record over its own mapping: the bytes it owns are readable and
 // writable (all of them, or the first `open` bytes when it claims more than a test
-// can map), everything around them is not.
+// can map), everything around them is not. `map` stays null when the process
+// cannot reserve the address space the surface claims (a 32-bit process and the
+// 2 GiB of a pitch of INT_MIN, all of which the library may touch).
 struct HostileSurface {
   RkSurface rec{};
   void *map = nullptr;
@@ -27,24 +26,26 @@ struct HostileSurface {
   HostileSurface(int32_t w, int32_t h, int32_t pitch, int elem, rkt::Rng &rng) {
     rec = RkSurface{0, w, h, pitch, 0, nullptr};
     auto [lo, hi] = rkt::Owned({w, h, pitch}, elem);
-    size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    size_t page = rkt::PageSize();
     size_t claimed = static_cast<size_t>(hi - lo);
     size_t open = std::min<size_t>(claimed, 1 << 16);
-    size_t body = (claimed + page - 1) / page * page;
+    auto rounded = [&](size_t n) { return (n + page - 1) / page * page; };
+    size_t body = rounded(claimed);
     mapSize = body + 2 * page;
-    map = mmap(nullptr, mapSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (map == MAP_FAILED) std::abort();
+    map = rkt::ReservePages(mapSize);
+    if (!map) return;
     auto *start = static_cast<uint8_t *>(map) + page;
     if (claimed == open) start += body - claimed;  // flush against the page after it
     if (open) {
       auto *first = reinterpret_cast<uint8_t *>(reinterpret_cast<uintptr_t>(start) / page * page);
-      size_t len = (start + open - first + page - 1) / page * page;
-      if (mprotect(first, len, PROT_READ | PROT_WRITE) != 0) std::abort();
+      rkt::OpenPages(first, rounded(static_cast<size_t>(start + open - first)));
       rng.Fill(start, open);
     }
     rec.pixels = start - lo;  // no pixels: the pointer is an inaccessible page
   }
-  ~HostileSurface() { munmap(map, mapSize); }
+  ~HostileSurface() {
+    if (map) rkt::ReleasePages(map, mapSize);
+  }
 };
 
 // Ordinary rows, pitch 0, pitch INT_MIN, no pixels, negative sizes, a huge negative
@@ -53,8 +54,11 @@ std::unique_ptr<HostileSurface> Make(rkt::Rng &rng, int elem) {
   static const int32_t kShapes[][4] = {{9, 3, 9, 0},  {9, 4, 0, 0},    {9, 1, 0, INT_MIN},
                                        {0, 3, 0, 8},  {-5, -5, 0, -8}, {INT_MIN, 2, 0, 4},
                                        {6, 5, -6, -2}};  // width, height, pitch = a x elem + b
-  const int32_t *s = kShapes[rng.Range(0, 6)];
-  return std::make_unique<HostileSurface>(s[0], s[1], s[2] * elem + s[3], elem, rng);
+  for (;;) {
+    const int32_t *s = kShapes[rng.Range(0, 6)];
+    auto surface = std::make_unique<HostileSurface>(s[0], s[1], s[2] * elem + s[3], elem, rng);
+    if (surface->map) return surface;
+  }
 }
 
 int32_t Extreme(rkt::Rng &rng) {
