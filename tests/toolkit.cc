@@ -96,6 +96,9 @@ void *ReservePages(size_t n) { return VirtualAlloc(nullptr, n, MEM_RESERVE, PAGE
 void OpenPages(void *p, size_t n) {
   if (!VirtualAlloc(p, n, MEM_COMMIT, PAGE_READWRITE)) std::abort();
 }
+void ClosePages(void *p, size_t n) {
+  if (!VirtualFree(p, n, MEM_DECOMMIT)) std::abort();
+}
 void ReleasePages(void *p, size_t) { VirtualFree(p, 0, MEM_RELEASE); }
 #else
 size_t PageSize() { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
@@ -105,6 +108,9 @@ void *ReservePages(size_t n) {
 }
 void OpenPages(void *p, size_t n) {
   if (mprotect(p, n, PROT_READ | PROT_WRITE) != 0) std::abort();
+}
+void ClosePages(void *p, size_t n) {
+  if (mprotect(p, n, PROT_NONE) != 0) std::abort();
 }
 void ReleasePages(void *p, size_t n) { munmap(p, n); }
 #endif

@@ -43,10 +43,12 @@ uint64_t BaseSeed();
 int CaseCount(int defaultCount);
 
 // Address space for guard pages: reserved inaccessible (nullptr when the process
-// cannot reserve that much), then opened page by page for reading and writing.
+// cannot reserve that much), then opened (and closed again) page by page for
+// reading and writing.
 size_t PageSize();
 void *ReservePages(size_t n);
 void OpenPages(void *p, size_t n);
+void ClosePages(void *p, size_t n);
 void ReleasePages(void *p, size_t n);
 
 // Heap bytes, or bytes flush against an inaccessible page (after the last byte, or
