@@ -104,16 +104,27 @@ uint32_t Word(T v) {
   }
 }
 
-// Calls the export at `addr` as typed by its prototype; returns the bytes it left
-// on the stack (32-bit x86; 0 elsewhere, where the caller cleans up by ABI).
+// Calls the export at `addr` as typed by its prototype; returns the bytes the callee
+// removed from the stack (measured on 32-bit x86; x86-64 has no callee-pops
+// convention, so 0 there).
 template <class R, class... A>
 uint32_t CallHarmless(R(RKPIX_CALL *)(A...), FARPROC addr, Harmless &h) {
 #if defined(__i386__)
   const uint32_t args[] = {Word(h.Get<A>())..., 0};
-  return rkt_stack_call(reinterpret_cast<const void *>(addr), args, sizeof...(A));
+  const uint32_t left = rkt_stack_call(reinterpret_cast<const void *>(addr), args, sizeof...(A));
+  return 4 * sizeof...(A) - left;
 #else
   using Fn = R(RKPIX_CALL *)(A...);
   reinterpret_cast<Fn>(reinterpret_cast<void *>(addr))(h.Get<A>()...);
+  return 0;
+#endif
+}
+
+// The bytes an export of `args` arguments must remove: all of them with __stdcall.
+constexpr uint32_t CalleeRemoves([[maybe_unused]] uint32_t args) {
+#if defined(__i386__) && !defined(RKPIX_CDECL)
+  return 4 * args;
+#else
   return 0;
 #endif
 }
@@ -172,23 +183,17 @@ TEST_F(Dll, ExportsExactlyThePlainNamesOfTheHeader) {
 }
 
 TEST_F(Dll, EveryExportTakesItsPrototypesArguments) {
-#if defined(__i386__) && !defined(RKPIX_CDECL)
-  constexpr uint32_t kCalleePops = 1;  // __stdcall
-#else
-  constexpr uint32_t kCalleePops = 0;
-#endif
   int checked = 0;
-#define RKT_CALL(name)                                                              \
-  {                                                                                 \
-    FARPROC addr = GetProcAddress(module_, #name);                                  \
-    ASSERT_NE(addr, nullptr) << #name;                                              \
-    constexpr uint32_t n = ArgCount(static_cast<decltype(&name)>(nullptr));         \
-    Harmless h;                                                                     \
-    uint32_t left = CallHarmless(static_cast<decltype(&name)>(nullptr), addr, h);   \
-    EXPECT_EQ(left, (1 - kCalleePops) * 4 * n * (sizeof(void *) == 4))              \
-        << #name << ", " << n << " args";                                           \
-    EXPECT_TRUE(h.Untouched()) << #name << " drew on a call that asks for nothing"; \
-    ++checked;                                                                      \
+#define RKT_CALL(name)                                                               \
+  {                                                                                  \
+    FARPROC addr = GetProcAddress(module_, #name);                                   \
+    ASSERT_NE(addr, nullptr) << #name;                                               \
+    constexpr uint32_t n = ArgCount(static_cast<decltype(&name)>(nullptr));          \
+    Harmless h;                                                                      \
+    uint32_t removed = CallHarmless(static_cast<decltype(&name)>(nullptr), addr, h); \
+    EXPECT_EQ(removed, CalleeRemoves(n)) << #name << ", " << n << " args";           \
+    EXPECT_TRUE(h.Untouched()) << #name << " drew on a call that asks for nothing";  \
+    ++checked;                                                                       \
   }
   RKPIX_EXPORT_NAMES(RKT_CALL)
 #undef RKT_CALL
