@@ -1,5 +1,6 @@
 // Runs every registered benchmark. --level=NAME (ref, base, avx2, ...) times that
-// level instead of the best one the CPU runs.
+// level instead of the best one the CPU runs; --list-levels prints the levels this CPU
+// runs, best first, and exits.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -10,6 +11,13 @@
 
 int main(int argc, char **argv) {
   for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--list-levels") == 0) {
+      std::printf("levels:");
+      auto levels = rk::AvailableLevels();
+      for (auto l = levels.rbegin(); l != levels.rend(); ++l) std::printf(" %s", rk::LevelName(*l));
+      std::printf("\n");
+      return 0;
+    }
     if (std::strncmp(argv[i], "--level=", 8) != 0) continue;
     for (rk::Level l : rk::AvailableLevels()) {
       if (std::string(argv[i] + 8) == rk::LevelName(l)) rk::UseLevel(l);

@@ -11,6 +11,12 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND CMAKE_SIZEOF_VOID
   set(RK_LEVEL_ENUM_avx512 kAvx512)
   set(RK_LEVEL_FLAGS_avx512 -mavx512f -mavx512bw -mavx512vl -mavx512dq -mavx2 -mfma -mbmi -mbmi2
                             -mprefer-vector-width=512)
+  if(WIN32)
+    # 64-bit Windows keeps the stack 16-byte aligned only: the assembler turns the
+    # aligned moves of 32- and 64-byte spills into unaligned ones.
+    list(APPEND RK_LEVEL_FLAGS_avx2 -Wa,-muse-unaligned-vector-move)
+    list(APPEND RK_LEVEL_FLAGS_avx512 -Wa,-muse-unaligned-vector-move)
+  endif()
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|X86)$" OR
        (CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 4))
   set(RK_LEVELS base sse2)

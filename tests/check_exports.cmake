@@ -1,8 +1,11 @@
 # Compares the shared library's defined dynamic symbols with the list of
 # implemented exports, and checks every listed name against the public header.
-execute_process(COMMAND nm -D --defined-only ${LIB} OUTPUT_VARIABLE nm_out RESULT_VARIABLE rc)
+if(NOT NM)
+  set(NM nm)
+endif()
+execute_process(COMMAND ${NM} -D --defined-only ${LIB} OUTPUT_VARIABLE nm_out RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
-  message(FATAL_ERROR "nm failed on ${LIB}")
+  message(FATAL_ERROR "${NM} failed on ${LIB}")
 endif()
 string(REGEX MATCHALL "[^\n]+" lines "${nm_out}")
 set(symbols "")

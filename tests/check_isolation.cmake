@@ -3,12 +3,15 @@
 # unique symbol (inline functions, template instantiations) must live in that
 # level's own namespace, or the linker could hand the level's code to callers that
 # run on a CPU without it.
+if(NOT NM)
+  set(NM nm)
+endif()
 set(bad "")
 string(REPLACE "|" ";" objects "${OBJECTS}")
 foreach(obj IN LISTS objects)
-  execute_process(COMMAND nm -C --defined-only ${obj} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
+  execute_process(COMMAND ${NM} -C --defined-only ${obj} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
   if(NOT rc EQUAL 0)
-    message(FATAL_ERROR "nm failed on ${obj}")
+    message(FATAL_ERROR "${NM} failed on ${obj}")
   endif()
   string(REGEX MATCHALL "[^\n]+" lines "${out}")
   foreach(line IN LISTS lines)

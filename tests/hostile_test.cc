@@ -5,9 +5,6 @@
 // outside its surfaces: all of it sits against inaccessible pages.
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <climits>
 #include <memory>
 #include <vector>
@@ -16,45 +13,75 @@
 
 namespace {
 
-// A surface record over its own mapping: the bytes it owns are readable and
-// writable (all of them, or the first `open` bytes when it claims more than a test
-// can map), everything around them is not.
+// An inaccessible reservation a surface is laid into, kept from one surface to the
+// next: mapping and unmapping gigabytes per call leaks the page tables of an
+// emulator (qemu-user) until it runs out of memory, reusing the range does not.
+// Get gives null when the process cannot reserve that much (a 32-bit process and
+// the 2 GiB a pitch of INT_MIN claims, all of which the library may touch).
+struct Reservation {
+  uint8_t *map = nullptr;
+  size_t size = 0;
+  uint8_t *Get(size_t n) {
+    if (n > size) {
+      if (map) rkt::ReleasePages(map, size);
+      map = static_cast<uint8_t *>(rkt::ReservePages(n));
+      size = map ? n : 0;
+    }
+    return map;
+  }
+};
+
+// A surface record over its own part of a reservation: the bytes it owns are
+// readable and writable (all of them, or the first `open` bytes when it claims more
+// than a test can map), everything around them is not. `rec.pixels` stays null when
+// the claim cannot be reserved.
 struct HostileSurface {
   RkSurface rec{};
-  void *map = nullptr;
-  size_t mapSize = 0;
+  uint8_t *first = nullptr;
+  size_t len = 0;
 
-  HostileSurface(int32_t w, int32_t h, int32_t pitch, int elem, rkt::Rng &rng) {
+  HostileSurface(int32_t w, int32_t h, int32_t pitch, int elem, Reservation &where, rkt::Rng &rng) {
     rec = RkSurface{0, w, h, pitch, 0, nullptr};
     auto [lo, hi] = rkt::Owned({w, h, pitch}, elem);
-    size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    size_t page = rkt::PageSize();
     size_t claimed = static_cast<size_t>(hi - lo);
     size_t open = std::min<size_t>(claimed, 1 << 16);
     size_t body = (claimed + page - 1) / page * page;
-    mapSize = body + 2 * page;
-    map = mmap(nullptr, mapSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (map == MAP_FAILED) std::abort();
-    auto *start = static_cast<uint8_t *>(map) + page;
+    uint8_t *map = where.Get(body + 2 * page);
+    if (!map) return;
+    uint8_t *start = map + page;
     if (claimed == open) start += body - claimed;  // flush against the page after it
     if (open) {
-      auto *first = reinterpret_cast<uint8_t *>(reinterpret_cast<uintptr_t>(start) / page * page);
-      size_t len = (start + open - first + page - 1) / page * page;
-      if (mprotect(first, len, PROT_READ | PROT_WRITE) != 0) std::abort();
+      first = reinterpret_cast<uint8_t *>(reinterpret_cast<uintptr_t>(start) / page * page);
+      len = (start + open - first + page - 1) / page * page;
+      rkt::OpenPages(first, len);
       rng.Fill(start, open);
     }
     rec.pixels = start - lo;  // no pixels: the pointer is an inaccessible page
   }
-  ~HostileSurface() { munmap(map, mapSize); }
+  ~HostileSurface() {
+    if (len) rkt::ClosePages(first, len);
+  }
 };
+
+// The reservations of a call's destination, source and channel plane.
+Reservation &Slot(int i) {
+  static Reservation slots[3];
+  return slots[i];
+}
 
 // Ordinary rows, pitch 0, pitch INT_MIN, no pixels, negative sizes, a huge negative
 // width, rows closer than their pixels.
-std::unique_ptr<HostileSurface> Make(rkt::Rng &rng, int elem) {
+std::unique_ptr<HostileSurface> Make(rkt::Rng &rng, int elem, int slot) {
   static const int32_t kShapes[][4] = {{9, 3, 9, 0},  {9, 4, 0, 0},    {9, 1, 0, INT_MIN},
                                        {0, 3, 0, 8},  {-5, -5, 0, -8}, {INT_MIN, 2, 0, 4},
                                        {6, 5, -6, -2}};  // width, height, pitch = a x elem + b
-  const int32_t *s = kShapes[rng.Range(0, 6)];
-  return std::make_unique<HostileSurface>(s[0], s[1], s[2] * elem + s[3], elem, rng);
+  for (;;) {
+    const int32_t *s = kShapes[rng.Range(0, 6)];
+    auto surface =
+        std::make_unique<HostileSurface>(s[0], s[1], s[2] * elem + s[3], elem, Slot(slot), rng);
+    if (surface->rec.pixels) return surface;
+  }
 }
 
 int32_t Extreme(rkt::Rng &rng) {
@@ -91,9 +118,9 @@ TEST(Hostile, ExtremeArgumentsStayInsideTheSurfaces) {
   for (const rkt::BlitEntry &e : rkt::BlitEntries()) {
     for (uint64_t i = 0; i < 300; ++i) {
       rkt::Rng rng(rkt::BaseSeed() + i);
-      auto dst = Make(rng, e.shape.bpp);
-      auto src = rng.Chance(0.2) ? nullptr : Make(rng, e.shape.bpp);
-      auto chan = Make(rng, e.shape.chanElem ? e.shape.chanElem : 1);
+      auto dst = Make(rng, e.shape.bpp, 0);
+      auto src = rng.Chance(0.2) ? nullptr : Make(rng, e.shape.bpp, 1);
+      auto chan = Make(rng, e.shape.chanElem ? e.shape.chanElem : 1, 2);
       rkt::BlitCall c{};
       c.dst = &dst->rec;
       c.src = src ? &src->rec : &dst->rec;
@@ -123,7 +150,7 @@ TEST(Hostile, ZoomExtremesStayInsideTheSurfaces) {
   for (const auto &z : zooms) {
     for (uint64_t i = 0; i < 400; ++i) {
       rkt::Rng rng(rkt::BaseSeed() + i);
-      auto dst = Make(rng, z.bpp), src = Make(rng, z.bpp);
+      auto dst = Make(rng, z.bpp, 0), src = Make(rng, z.bpp, 1);
       auto side = [&] {
         return rng.Chance(0.5) ? Extreme(rng) : static_cast<int32_t>(rng.Range(-3, 12));
       };

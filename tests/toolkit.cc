@@ -5,8 +5,15 @@
 #include <cstring>
 #include <sstream>
 
+#if defined(_WIN32)
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#else
 #include <sys/mman.h>
 #include <unistd.h>
+#endif
 
 namespace rkt {
 
@@ -79,18 +86,47 @@ int CaseCount(int defaultCount) {
   return std::max(1, static_cast<int>(defaultCount * f));
 }
 
+#if defined(_WIN32)
+size_t PageSize() {
+  SYSTEM_INFO info;
+  GetSystemInfo(&info);
+  return info.dwPageSize;
+}
+void *ReservePages(size_t n) { return VirtualAlloc(nullptr, n, MEM_RESERVE, PAGE_NOACCESS); }
+void OpenPages(void *p, size_t n) {
+  if (!VirtualAlloc(p, n, MEM_COMMIT, PAGE_READWRITE)) std::abort();
+}
+void ClosePages(void *p, size_t n) {
+  if (!VirtualFree(p, n, MEM_DECOMMIT)) std::abort();
+}
+void ReleasePages(void *p, size_t) { VirtualFree(p, 0, MEM_RELEASE); }
+#else
+size_t PageSize() { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
+void *ReservePages(size_t n) {
+  void *p = mmap(nullptr, n, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  return p == MAP_FAILED ? nullptr : p;
+}
+void OpenPages(void *p, size_t n) {
+  if (mprotect(p, n, PROT_READ | PROT_WRITE) != 0) std::abort();
+}
+void ClosePages(void *p, size_t n) {
+  if (mprotect(p, n, PROT_NONE) != 0) std::abort();
+}
+void ReleasePages(void *p, size_t n) { munmap(p, n); }
+#endif
+
 Bytes::Bytes(size_t n, Guard guard) : size_(n) {
   if (guard == kNone) {
     data_ = static_cast<uint8_t *>(std::malloc(n ? n : 1));
     return;
   }
-  size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  size_t page = PageSize();
   size_t body = (n + page - 1) / page * page;
   mapSize_ = body + 2 * page;
-  map_ = mmap(nullptr, mapSize_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (map_ == MAP_FAILED) std::abort();
+  map_ = ReservePages(mapSize_);
+  if (!map_) std::abort();
   auto *base = static_cast<uint8_t *>(map_) + page;
-  if (body && mprotect(base, body, PROT_READ | PROT_WRITE) != 0) std::abort();
+  if (body) OpenPages(base, body);
   data_ = guard == kGuardAfter ? base + (body - n) : base;
 }
 
@@ -110,7 +146,7 @@ Bytes &Bytes::operator=(Bytes &&o) noexcept {
 
 Bytes::~Bytes() {
   if (map_) {
-    munmap(map_, mapSize_);
+    ReleasePages(map_, mapSize_);
   } else {
     std::free(data_);
   }

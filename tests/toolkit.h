@@ -42,6 +42,15 @@ class Rng {
 uint64_t BaseSeed();
 int CaseCount(int defaultCount);
 
+// Address space for guard pages: reserved inaccessible (nullptr when the process
+// cannot reserve that much), then opened (and closed again) page by page for
+// reading and writing.
+size_t PageSize();
+void *ReservePages(size_t n);
+void OpenPages(void *p, size_t n);
+void ClosePages(void *p, size_t n);
+void ReleasePages(void *p, size_t n);
+
 // Heap bytes, or bytes flush against an inaccessible page (after the last byte, or
 // before the first) so that an access past that end faults at once. They never move.
 class Bytes {

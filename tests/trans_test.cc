@@ -116,4 +116,30 @@ TEST(Trans, Pins) {
   // clang-format on
 }
 
+// A unit pattern repeated over a row of 72 pixels: wide enough for every level's
+// whole-register bodies, with a plain tail at each of them.
+std::vector<uint32_t> Row72(const std::vector<uint32_t> &unit) {
+  std::vector<uint32_t> row;
+  while (row.size() < 72) row.insert(row.end(), unit.begin(), unit.end());
+  return row;
+}
+
+// The irregular results of the pins above, over whole rows of groups and pairs.
+TEST(Trans, WideRowsKeepTheIrregularResults) {
+  const uint32_t K = 0x1234, M = 0xF81F, X = 0x80FFFFFF, Y = 0x12FF00FF;
+  // clang-format off
+  rkt::CheckPins({
+    {"15: bit 15 in groups", RkTrans15, 255, 0, Row72({0x8000, 0, 0x8000, 0}), Row72({0, 0x8000, 0x8000, 0}), Row72({0x7C00, 0x0400, 0, 0})},
+    {"15 keyed: mixed groups lose bit 15, key groups keep it", RkMaskTrans15, 128, K, Row72({K, 0, K, K, K, K, K, K}), Row72({0x8001, 0x8000, 0x8002, 0x8003, 0x8004, 0x8005, 0x8006, 0x8007}), Row72({0x0001, 0x4000, 0x0002, 0x0003, 0x8004, 0x8005, 0x8006, 0x8007})},
+    {"16 keyed: key pixels kept", RkMaskTrans16, 255, K, Row72({0xFFFF, K, 0xFFFF, 0xFFFF}), Row72({0, 0x8001, 0, 0}), Row72({0xF7BE, 0x8001, 0xF7BE, 0xF7BE})},
+    {"15 channel: stray bits 8..10 in groups", RkTransWithChannel15, 0, 0, Row72({0}), Row72({0x1F}), Row72({0x0700}), Row72({255})},
+    {"16 channel keyed: no stray bits", RkMaskTransWithChannel16, 0, M, Row72({0, M}), Row72({0x1F, 0x1234}), Row72({0, 0x1234}), Row72({255})},
+    {"24: bytes", RkTrans24, 128, 0, Row72({0x00FF00}), Row72({0xFF00FF}), Row72({0x7F7F7F})},
+    {"24 channel keyed: key kept, own weights", RkMaskTransWithChannel24, 0, 0xFF123456, Row72({0x123456, 0xFFFFFF, 0xFFFFFF}), Row72({0xABCDEF, 0, 0}), Row72({0xABCDEF, 0xFEFEFE, 0x7F7F7F}), Row72({255, 255, 128})},
+    {"32 keyed: a pixel whose partner is the key loses its fourth byte", RkMaskTrans32, 128, 0xFF00FF, Row72({X, Y, X, X}), Row72({0x40000000, 0x55667788, 0, 0}), Row72({0x007F7F7F, 0x55667788, 0x407F7F7F, 0x407F7F7F})},
+    {"32 channel: pairs blend the fourth byte", RkTransWithChannel32, 0, 0, Row72({0xFF000000, 0xFF000000}), Row72({0}), Row72({0x7F000000, 0xFE000000}), Row72({128, 255})},
+  });
+  // clang-format on
+}
+
 }  // namespace

@@ -3,10 +3,12 @@
 // right of its rectangle and reads one pixel left of it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "formats/pixel.h"
 #include "frame/walk.h"
+#include "rkpix.h"
 
 namespace {
 
@@ -79,6 +81,42 @@ TEST(Walk, BottomUpSurfacesOwnTheRowsAbovePixels) {
   // row 1 is mem[0..3]; its stamp right of the rectangle lands on row 0's first pixel
   EXPECT_EQ(dst.mem[1], src.mem[0]);
   EXPECT_EQ(dst.mem[4], 0xEEEE);
+}
+
+// Rectangles as wide as tight rows go to the copy's fast kernel as one long row; any
+// padding, a pitch the other surface does not share, or a narrower rectangle must
+// keep rows apart. Every case is checked against a byte model of the copy.
+TEST(Walk, JoinedRowsCopyExactlyTheRectangle) {
+  using Fn = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSurface *, int32_t,
+                                int32_t, int32_t, int32_t);
+  const struct {
+    Fn fn;
+    int bpp;
+  } copies[] = {{&RkBitBlt16, 2}, {&RkBitBlt24, 3}, {&RkBitBlt32, 4}};
+  // width, height, extra bytes a destination row, extra bytes a source row, dstX, rectangle width
+  const int32_t cases[][6] = {{7, 5, 0, 0, 0, 7},   {7, 5, 0, 4, 0, 7},  {7, 5, 4, 0, 0, 7},
+                              {7, 5, 0, 0, 1, 7},   {7, 5, 0, 0, 0, 6},  {1, 9, 0, 0, 0, 1},
+                              {33, 1, 0, 0, 0, 33}, {5, 3, 0, 0, -1, 9}, {4100, 70, 0, 0, 0, 4100}};
+  for (const auto &c : copies) {
+    for (const auto &k : cases) {
+      const int32_t w = k[0], h = k[1], dPitch = w * c.bpp + k[2], sPitch = w * c.bpp + k[3];
+      std::vector<uint8_t> d(size_t(dPitch) * h), s(size_t(sPitch) * h);
+      for (size_t i = 0; i < d.size(); ++i) d[i] = static_cast<uint8_t>(i * 7 + 1);
+      for (size_t i = 0; i < s.size(); ++i) s[i] = static_cast<uint8_t>(i * 13 + 5);
+      std::vector<uint8_t> want = d;
+      for (int32_t y = 0; y < h; ++y) {
+        for (int32_t x = std::max(k[4], 0); x < std::min({k[4] + k[5], w, w + k[4]}); ++x) {
+          for (int b = 0; b < c.bpp; ++b) {
+            want[size_t(y) * dPitch + size_t(x) * c.bpp + b] =
+                s[size_t(y) * sPitch + size_t(x - k[4]) * c.bpp + b];
+          }
+        }
+      }
+      RkSurface ds{0, w, h, dPitch, 0, d.data()}, ss{0, w, h, sPitch, 0, s.data()};
+      c.fn(&ds, k[4], 0, &ss, 0, 0, k[5], h);
+      EXPECT_EQ(d, want) << c.bpp << " bytes a pixel, case " << (&k - cases);
+    }
+  }
 }
 
 }  // namespace

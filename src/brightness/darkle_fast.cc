@@ -1,4 +1,5 @@
 // Darkle rows whose destination does not overlap their source.
+#include "brightness/fast_lanes.h"
 #include "brightness/fast_loops.h"
 #include "brightness/fast_rows.h"
 #include "brightness/units.h"
@@ -11,14 +12,25 @@ template <class F>
 void FastDarkle1615(const RowArgs &r) {
   DarkleLoneStep<F>(Row<RawMem>{r, {}, {}, {}});
   uint32_t k = LevelScale16(r.a);
-  MapRow<2>(r.d, r.s, Pairs(r) * 2, [k](uint32_t p) { return DarkleLane<F>(p, k); });
+  int64_t n = Pairs(r) * 4, done = 0;
+#if defined(__SSE2__)
+  done = simd::MapVectors(r.d, r.s, n,
+                          [kv = simd::Set16(k)](simd::V w) { return simd::DarkleLanes<F>(w, kv); });
+#endif
+  MapRow<2>(r.d + done, r.s + done, (n - done) / 2,
+            [k](uint32_t p) { return DarkleLane<F>(p, k); });
 }
 
 // Depths 24 and 32 scale every byte alike.
 template <int Bpp>
 void FastDarkleBytes(const RowArgs &r) {
   uint32_t s = ByteScale(r.a);
-  MapRow<1>(r.d, r.s, Bytes(r, Bpp), [s](uint32_t v) { return DarkleByte(v, s); });
+  int64_t n = Bytes(r, Bpp), done = 0;
+#if defined(__SSE2__)
+  done = simd::MapVectors(r.d, r.s, n,
+                          [sv = simd::Set16(s)](simd::V w) { return simd::DarkleBytes(w, sv); });
+#endif
+  MapRow<1>(r.d + done, r.s + done, n - done, [s](uint32_t v) { return DarkleByte(v, s); });
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // Light rows whose destination does not overlap their source.
+#include "brightness/fast_lanes.h"
 #include "brightness/fast_loops.h"
 #include "brightness/fast_rows.h"
 #include "brightness/units.h"
@@ -7,22 +8,42 @@ RK_NS_BEGIN
 namespace bright {
 namespace {
 
+// Each body runs whole vectors first where the level has them; the plain loop takes
+// the rest (or the whole row).
 template <class F>
 void FastLight1615(const RowArgs &r) {
   uint32_t k = LevelScale16(r.a);
-  MapRow<2>(r.d, r.s, r.w, [k](uint32_t p) { return LightPixel<F>(p, k); });
+  int64_t done = 0;
+#if defined(__SSE2__)
+  done = simd::MapVectors(r.d, r.s, Bytes(r, 2),
+                          [kv = simd::Set16(k)](simd::V w) { return simd::LightLanes<F>(w, kv); });
+#endif
+  MapRow<2>(r.d + done, r.s + done, r.w - done / 2,
+            [k](uint32_t p) { return LightPixel<F>(p, k); });
 }
 
 void FastLight24(const RowArgs &r) {
   Light24SourceGroup(Row<RawMem>{r, {}, {}, {}});
   uint32_t s = ByteScale(r.a);
-  MapRow<1>(r.d, r.s, (Bytes(r, 3) >> 3) * 8, [s](uint32_t v) { return LightByte(v, s); });
+  int64_t n = (Bytes(r, 3) >> 3) * 8, done = 0;
+#if defined(__SSE2__)
+  done = simd::MapVectors(r.d, r.s, n,
+                          [sv = simd::Set16(s)](simd::V w) { return simd::LightBytes(w, sv); });
+#endif
+  MapRow<1>(r.d + done, r.s + done, n - done, [s](uint32_t v) { return LightByte(v, s); });
 }
 
 void FastLight32(const RowArgs &r) {
   Light32Stamp(Row<RawMem>{r, {}, {}, {}});
   uint32_t s = ByteScale(r.a);
-  MapRow<4>(r.d, r.s, Pairs(r) * 2, [s](uint32_t px) { return Light32Pixel(px, s); });
+  int64_t n = Pairs(r) * 8, done = 0;
+#if defined(__SSE2__)
+  done = simd::MapVectors(r.d, r.s, n, [sv = simd::Set16(s)](simd::V w) {
+    return simd::And(simd::LightBytes(w, sv), simd::Set32(0xFFFF));
+  });
+#endif
+  MapRow<4>(r.d + done, r.s + done, (n - done) / 4,
+            [s](uint32_t px) { return Light32Pixel(px, s); });
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 
+#include "brightness/fast_lanes.h"
 #include "brightness/fast_loops.h"
 #include "brightness/fast_rows.h"
 #include "brightness/units.h"
@@ -15,20 +16,45 @@ Row<RawMem> Raw(const RowArgs &r) { return Row<RawMem>{r, {}, {}, {}}; }
 
 // Depths 16 and 15: the row's right end through the shared steps, then the groups of
 // four as one keyed loop (a group of four keys rewritten unchanged is invisible here).
+// Whole vectors first where the level has them (a key lane keeps the destination's
+// value), then the plain keyed loop.
+template <class Lanes, class Lane>
+void MaskGroups1615(const RowArgs &r, Lanes lanes, Lane lane) {
+  int64_t n = (r.w >> 2) * 8, done = 0;
+#if defined(__SSE2__)
+  simd::V key = simd::Set16(Key16(r));
+  done = simd::EachVector(n, [&](int64_t o) {
+    simd::V w = simd::Load(r.s + o);
+    simd::StoreUnlessEq16(r.d + o, lanes(w), w, key);
+  });
+#else
+  (void)lanes;
+#endif
+  MapRowKeyed<2>(r.d + done, r.s + done, (n - done) / 2, Key16(r), 0xFFFF, lane);
+}
+
 template <class F>
 void FastMaskLight1615(const RowArgs &r) {
   MaskLightEnd<F>(Raw(r));
   uint32_t k = LevelScale16(r.a);
-  MapRowKeyed<2>(r.d, r.s, (r.w >> 2) * 4, Key16(r), 0xFFFF,
-                 [k](uint32_t p) { return MaskLightLane<F>(p, k); });
+#if defined(__SSE2__)
+  auto lanes = [kv = simd::Set16(k)](simd::V w) { return simd::MaskLightLanes<F>(w, kv); };
+#else
+  int lanes = 0;
+#endif
+  MaskGroups1615(r, lanes, [k](uint32_t p) { return MaskLightLane<F>(p, k); });
 }
 
 template <class F>
 void FastMaskDarkle1615(const RowArgs &r) {
   MaskDarkleEnd<F>(Raw(r));
   uint32_t k = LevelScale16(r.a);
-  MapRowKeyed<2>(r.d, r.s, (r.w >> 2) * 4, Key16(r), 0xFFFF,
-                 [k](uint32_t p) { return DarkleLane<F, true>(p, k); });
+#if defined(__SSE2__)
+  auto lanes = [kv = simd::Set16(k)](simd::V w) { return simd::DarkleLanes<F, true>(w, kv); };
+#else
+  int lanes = 0;
+#endif
+  MaskGroups1615(r, lanes, [k](uint32_t p) { return DarkleLane<F, true>(p, k); });
 }
 
 // Depths 24 and 32 up to level 32767: a pixel alone and a pixel of a pair get the
@@ -36,8 +62,28 @@ void FastMaskDarkle1615(const RowArgs &r) {
 void FastMaskLight24(const RowArgs &r) {
   uint32_t s = r.a;
   MaskLone24(Raw(r), [s](uint32_t v) { return SatByte(v, s); });
+  int64_t done = 0;
+#if defined(__SSE2__)
+  // Whole blocks of pairs, the last one ending with the last pair: every byte of a
+  // non-key pixel drawn.
+  uint8_t *const dst = r.d;
+  const uint8_t *const src = r.s;
+  auto draw = [sv = simd::Set16(s)](simd::V px) { return simd::SatBytes(px, sv); };
+  auto keep = [](uint64_t keys) { return keys * 7; };  // the key pixels' bytes
+  simd::V pattern = simd::KeyPattern24<0>(Key24(r));
+  int64_t full = simd::FullBlocks24(Pairs(r)), tail = simd::TailBlock24(Pairs(r));
+  simd::EachBlock24(0, full, [&](int64_t b) {
+    simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw);
+  });
+  done = full * simd::kBlockPairs;
+  if (done < Pairs(r) && tail >= 0) {
+    simd::DrawBlock24<simd::kTailShift>(dst, src, tail,
+                                        simd::KeyPattern24<simd::kTailShift>(Key24(r)), keep, draw);
+    done = Pairs(r);
+  }
+#endif
   auto f = [s](uint32_t w) { return SatByte2(w, s); };
-  for (int64_t lo = 0; lo < Pairs(r); lo += kPairs24) {
+  for (int64_t lo = done; lo < Pairs(r); lo += kPairs24) {
     int64_t n = std::min(kPairs24, Pairs(r) - lo);
     MapPairs24<false>(r.d + 6 * lo, r.s + 6 * lo, n, Key24(r), f, nullptr);
   }
@@ -47,7 +93,16 @@ void FastMaskLight32(const RowArgs &r) {
   uint32_t s = r.a;
   auto f = [s](uint32_t v) { return SatByte(v, s); };
   MaskLone32(Raw(r), f);
-  MapRowKeyed<4>(r.d, r.s, Pairs(r) * 2, Key24(r), kColourBytes,
+  int64_t n = Pairs(r) * 8, done = 0;
+#if defined(__SSE2__)
+  simd::V key = simd::Set32(Key24(r)), colour = simd::Set32(kColourBytes), sv = simd::Set16(s);
+  done = simd::EachVector(n, [&](int64_t o) {
+    simd::V w = simd::Load(r.s + o);
+    simd::StoreUnlessEq32(r.d + o, simd::And(simd::SatBytes(w, sv), colour), simd::And(w, colour),
+                          key);
+  });
+#endif
+  MapRowKeyed<4>(r.d + done, r.s + done, (n - done) / 4, Key24(r), kColourBytes,
                  [f](uint32_t px) { return Bytes3(px, f); });
 }
 
@@ -58,7 +113,18 @@ void FastMaskDarkle32(const RowArgs &r) {
   auto f = [s](uint32_t px) {
     return DarkleByte2(px & 0xFFFF, s) | DarkleByte2(px >> 16, s) << 16;
   };
-  MapPairs<4>(r.d, r.s, Pairs(r),
+  int64_t done = 0;
+#if defined(__SSE2__)
+  // A key pixel keeps the destination; a pixel whose partner is the key loses byte 3.
+  simd::V kv = simd::Set32(key), colour = simd::Set32(kColourBytes), sv = simd::Set16(s),
+          top = simd::Set32(0xFF000000u);
+  done = simd::EachVector(Pairs(r) * 8, [&](int64_t o) {
+    simd::V w = simd::Load(r.s + o), c = simd::And(w, colour);
+    simd::V partner = simd::And(simd::SwapPairs32(simd::EqMask32(c, kv)), top);
+    simd::StoreUnlessEq32(r.d + o, simd::AndNot(partner, simd::DarkleBytes(w, sv)), c, kv);
+  });
+#endif
+  MapPairs<4>(r.d + done, r.s + done, Pairs(r) - done / 8,
               [=](uint32_t a, uint32_t b, uint32_t oa, uint32_t ob, uint32_t &x, uint32_t &y) {
                 bool ka = (a & kColourBytes) == key, kb = (b & kColourBytes) == key;
                 x = ka ? oa : f(a) & (kb ? kColourBytes : ~0u);
@@ -67,15 +133,63 @@ void FastMaskDarkle32(const RowArgs &r) {
 }
 
 // RkMaskDarkle24: the odd last pixel and the misread first pair through the shared
-// steps, then the other pairs in chunks from the right: first every pair of two
-// non-key pixels at its own place, then the pairs with one key pixel, whose misplaced
-// bytes lie on pairs further right (drawn before them in the walk) or past the row.
+// steps, then the other pairs from the right. Where the level has vectors, blocks of
+// pairs go leftwards: each draws its pairs of two non-key pixels at their own place,
+// then its pairs with one key pixel write their misplaced bytes, which lie on pairs
+// further right (drawn before them in the walk) or past the row. Elsewhere the same
+// in chunks of the plain loops.
 void FastMaskDarkle24(const RowArgs &r) {
   Row<RawMem> raw = Raw(r);
   uint32_t s = r.a;
   MaskLone24(raw, [s](uint32_t v) { return DarkleByte(v, s); });
   int64_t h = Pairs(r);
   if ((r.w & 1) && h > 0) MaskDarkle24Pair(raw, h--, true);
+#if defined(__SSE2__)
+  uint8_t *const dst = r.d;
+  const uint8_t *const src = r.s;
+  auto draw = [sv = simd::Set16(s)](simd::V px) { return simd::DarkleBytes(px, sv); };
+  // Both pixels' bytes of a pair with a key pixel; the starts of pairs with one.
+  auto keep = [](uint64_t keys) { return ((keys | keys >> 3) & simd::kPairStarts) * 63; };
+  auto one = [](uint64_t keys) { return (keys ^ keys >> 3) & simd::kPairStarts; };
+  // The misplaced writes of the pairs whose starts are `one`, counted from byte `from`,
+  // the rightmost first; pairs left of pair `lo` are not this block's to do.
+  auto misplaced = [&](uint64_t one, int64_t from, int64_t lo) {
+    for (; one != 0;) {
+      int i = 63 - std::countl_zero(one);
+      int64_t p = (from + i) / 6;
+      if (p < lo) break;
+      MaskDarkle24Pair(raw, p + 1, false);
+      one ^= uint64_t{1} << i;
+    }
+  };
+  simd::V pattern = simd::KeyPattern24<0>(Key24(r));
+  int64_t full = simd::FullBlocks24(h), tail = simd::TailBlock24(h);
+  if (full * simd::kBlockPairs < h) {
+    if (tail >= 0) {
+      int64_t from = tail + simd::kTailShift;
+      simd::V tailPattern = simd::KeyPattern24<simd::kTailShift>(Key24(r));
+      misplaced(one(simd::DrawBlock24<simd::kTailShift>(dst, src, tail, tailPattern, keep, draw)),
+                from, full * simd::kBlockPairs);
+    } else {
+      for (int64_t n = h; n > 0; --n) MaskDarkle24Pair(raw, n, false);
+    }
+  }
+  // Chunks of blocks from the right; a chunk's misplaced writes follow all its draws
+  // (their bytes lie right of their pairs). They are rare: the keys are found again
+  // only in a chunk that has one.
+  constexpr int64_t kChunk = 32;
+  for (int64_t b1 = full; b1 > 0; b1 -= kChunk) {
+    int64_t b0 = std::max<int64_t>(b1 - kChunk, 0);
+    uint64_t any = 0;
+    simd::EachBlock24(b0, b1, [&](int64_t b) {
+      any |= one(simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw));
+    });
+    for (int64_t b = b1 - 1; any != 0 && b >= b0; --b) {
+      int64_t o = 6 * simd::kBlockPairs * b;
+      misplaced(one(simd::KeyPixels24<0>(simd::Load(src + o), pattern)), o, 0);
+    }
+  }
+#else
   uint8_t one[kPairs24 + 8];
   for (int64_t hi = h; hi > 0; hi -= kPairs24) {
     int64_t lo = hi > kPairs24 ? hi - kPairs24 : 0;
@@ -99,6 +213,7 @@ void FastMaskDarkle24(const RowArgs &r) {
       }
     }
   }
+#endif
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #define RK_CONVERT_FAST(name, dsts, srcs) \
   t.Set(KernelId::RkBitConvert##name, &conv::FastWalk<conv::name>);
 
-#if RK_TRIPLE_MOVES
+#if RK_TRIPLE_MOVES_512
 RK_NS_BEGIN
 namespace conv {
 namespace {
@@ -129,13 +129,244 @@ void Light15Walk(const ConvArgs &args) {
 }  // namespace
 }  // namespace conv
 RK_NS_END
+#elif RK_TRIPLE_MOVES
+RK_NS_BEGIN
+namespace conv {
+namespace {
+
+// Grey levels of four colour words (B, G, R, any), GreyOfBytes lane-parallel: the
+// 16-bit lanes (B, R) weighed by (29, 77) and (G, fourth byte) by (150, 0) are
+// each added into their 32-bit lane, giving the exact sum (at most 65280).
+inline __m128i GreyOf4(__m128i w) {
+  const __m128i rb = _mm_set1_epi32(29 | 77 << 16), g = _mm_set1_epi32(150);
+  __m128i s = _mm_add_epi32(_mm_madd_epi16(_mm_and_si128(w, _mm_set1_epi32(0x00FF00FF)), rb),
+                            _mm_madd_epi16(_mm_srli_epi16(w, 8), g));
+  return _mm_srli_epi32(s, 8);
+}
+// Levels of eight pixels as two vectors of four colour words, stored.
+template <int OutBytes>
+inline void StoreGrey8(uint8_t *out, __m128i lo, __m128i hi) {
+  __m128i levels = _mm_packs_epi32(GreyOf4(lo), GreyOf4(hi));
+  if constexpr (OutBytes == 1) {
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(out), _mm_packus_epi16(levels, levels));
+  } else {
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), levels);
+  }
+}
+
+#if defined(__AVX2__)
+// The sums 29 B + 150 G + 77 R, >> 8, of eight 3-byte pixels read from exactly
+// their 24 bytes (bytes 0..15 and 8..23): each pixel is spread to (B, G, R, G) and
+// weighed by (29, 99, 77, 51) in byte products (each pair of them at most
+// 128 x 255, so nothing saturates), and the two words are added.
+inline __m256i Grey8Of24(const uint8_t *p) {
+  const __m256i spread = _mm256_setr_epi8(0, 1, 2, 1, 3, 4, 5, 4, 6, 7, 8, 7, 9, 10, 11, 10,  //
+                                          4, 5, 6, 5, 7, 8, 9, 8, 10, 11, 12, 11, 13, 14, 15, 14);
+  const __m256i weights = _mm256_set1_epi32(29 | 99 << 8 | 77 << 16 | 51 << 24);
+  __m256i raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(p + 8),
+                                    reinterpret_cast<const __m128i *>(p));
+  __m256i sums = _mm256_madd_epi16(_mm256_maddubs_epi16(_mm256_shuffle_epi8(raw, spread), weights),
+                                   _mm256_set1_epi16(1));
+  return _mm256_srli_epi32(sums, 8);
+}
+#endif
+
+#if defined(__AVX2__)
+// Grey Color24 pixels of levels (TransToColor24: bytes; LightToColor24: 16-bit
+// elements, 255 and more read as 255), 16 a step: the levels spread to 48 bytes
+// (t, t, t) by three byte shuffles. The rest go through the member's formula.
+template <class K>
+void GreyTriplesWalk(const ConvArgs &args) {
+  constexpr int kIn = K::kSrc[0].bytes;
+  const uint8_t *in = args.s[0];
+  uint8_t *out = args.d[0];
+  const size_t n = args.count;
+  const __m128i spread[3] = {
+      _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5),
+      _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10),
+      _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15)};
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m128i *p = reinterpret_cast<const __m128i *>(in + kIn * i);
+    __m128i levels;
+    if constexpr (kIn == 1) {
+      levels = _mm_loadu_si128(p);
+    } else {
+      const __m128i top = _mm_set1_epi16(255);
+      levels = _mm_packus_epi16(_mm_min_epu16(_mm_loadu_si128(p), top),
+                                _mm_min_epu16(_mm_loadu_si128(p + 1), top));
+    }
+    for (int k = 0; k < 3; ++k) {
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 3 * i + 16 * k),
+                       _mm_shuffle_epi8(levels, spread[k]));
+    }
+  }
+  for (; i < n; ++i) StoreLE<3>(out + 3 * i, K::Map(LoadLE<kIn>(in + kIn * i)));
+}
+
+// Color15 to Light with AVX2, 16 elements a vector: the AVX-512 walk's arithmetic
+// (half of each element's sum, h = 308 a + 116 b + 600 c, from high-half products of
+// fields moved to the top of the word; the level is (h >> 7) & 0xFF), which gives
+// the pair's two lanes and a lone element alike.
+inline __m256i Light15x16(__m256i v) {
+  __m256i a = _mm256_slli_epi16(v, 11), b = _mm256_and_si256(v, _mm256_set1_epi16(0x7C00)),
+          c = _mm256_and_si256(_mm256_slli_epi16(v, 5), _mm256_set1_epi16(-1024));
+  __m256i h = _mm256_add_epi16(_mm256_mulhi_epu16(a, _mm256_set1_epi16(308 * 32)),
+                               _mm256_mulhi_epu16(b, _mm256_set1_epi16(116 * 64)));
+  h = _mm256_add_epi16(h, _mm256_mulhi_epu16(c, _mm256_set1_epi16(-0x10000 + 600 * 64)));
+  return _mm256_and_si256(_mm256_srli_epi16(h, 7), _mm256_set1_epi16(0xFF));
+}
+void Light15Walk(const ConvArgs &args) {
+  const uint8_t *in = args.s[0];
+  uint8_t *out = args.d[0];
+  const size_t n = args.count;
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 2 * i));
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 2 * i), Light15x16(v));
+  }
+  if (i < n) {  // the last elements through a zeroed copy
+    alignas(32) uint8_t rest[32] = {};
+    std::memcpy(rest, in + 2 * i, 2 * (n - i));
+    _mm256_store_si256(reinterpret_cast<__m256i *>(rest),
+                       Light15x16(_mm256_load_si256(reinterpret_cast<const __m256i *>(rest))));
+    std::memcpy(out + 2 * i, rest, 2 * (n - i));
+  }
+}
+#endif
+
+#if defined(__AVX2__)
+// RGBLight16 elements (16 a vector) read back as colour bytes: with the high bit
+// set (0..1022 give 0x80.., 1023 and more fill the low seven bits), or as 5-bit
+// levels shifted up (1023 and more read as 31).
+inline __m256i HighBytes16(__m256i e) {
+  __m256i big = _mm256_cmpeq_epi16(_mm256_max_epu16(e, _mm256_set1_epi16(1023)), e);
+  // 0x400, or 0x3FF for the big ones.
+  __m256i fill =
+      _mm256_xor_si256(_mm256_set1_epi16(0x400), _mm256_and_si256(big, _mm256_set1_epi16(0x7FF)));
+  return _mm256_and_si256(_mm256_srli_epi16(_mm256_or_si256(e, fill), 3), _mm256_set1_epi16(0xFF));
+}
+inline __m256i Level5Bytes16(__m256i e) {
+  __m256i big = _mm256_cmpeq_epi16(_mm256_max_epu16(e, _mm256_set1_epi16(1023)), e);
+  return _mm256_slli_epi16(_mm256_and_si256(_mm256_or_si256(e, big), _mm256_set1_epi16(31)), 3);
+}
+// RGBLight16 planes to Color32 or Color24, 16 elements a step, every element of
+// the steps by `Byte` (the pairs' formula): the bytes are put together as (B, G, R,
+// 0) words and stored whole or as their 3 bytes. The rest (an odd count's last
+// element among them) go through the member's own walk.
+template <class K, __m256i (*Byte)(__m256i)>
+void HighPlanesWalk(const ConvArgs &a) {
+  constexpr int kOut = K::kDst[0].bytes;
+  const size_t n = a.count;
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    auto plane = [&](int k) {
+      return Byte(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(a.s[k] + 2 * i)));
+    };
+    __m256i bg = _mm256_or_si256(plane(2), _mm256_slli_epi16(plane(1), 8)), r = plane(0);
+    // The unpacks work within 128-bit lanes: elements 0..3 and 8..11, 4..7 and 12..15.
+    __m256i lo = _mm256_unpacklo_epi16(bg, r), hi = _mm256_unpackhi_epi16(bg, r);
+    __m256i first = _mm256_permute2x128_si256(lo, hi, 0x20),
+            second = _mm256_permute2x128_si256(lo, hi, 0x31);
+    uint8_t *out = a.d[0] + kOut * i;
+    if constexpr (kOut == 4) {
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out), first);
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 32), second);
+    } else {
+      StoreTriples8(out, first);
+      StoreTriples8(out + 24, second);
+    }
+  }
+  FastLoop<K>(n - i, a.d[0] + kOut * i, nullptr, nullptr, a.s[0] + 2 * i, a.s[1] + 2 * i,
+              a.s[2] + 2 * i);
+}
+
+// Light to Color16, 16 elements a step: the lower element of each pair read back
+// (255 and more read as 255), the upper one modulo 256, each as a grey Color16
+// pixel. An odd count's last element goes through the member's own walk.
+void LightToColor16Walk(const ConvArgs &a) {
+  const size_t n = a.count;
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    __m256i e = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(a.s[0] + 2 * i));
+    __m256i t = _mm256_blend_epi16(_mm256_min_epu16(e, _mm256_set1_epi16(255)),
+                                   _mm256_and_si256(e, _mm256_set1_epi16(0xFF)), 0xAA);
+    __m256i r = _mm256_slli_epi16(_mm256_and_si256(t, _mm256_set1_epi16(0xF8)), 8),
+            g = _mm256_slli_epi16(_mm256_srli_epi16(t, 2), 5), b = _mm256_srli_epi16(t, 3);
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(a.d[0] + 2 * i),
+                        _mm256_or_si256(_mm256_or_si256(r, g), b));
+  }
+  FastLoop<LightToColor16>(n - i, a.d[0] + 2 * i, nullptr, nullptr, a.s[0] + 2 * i, nullptr,
+                           nullptr);
+}
+#endif
+
+// Color24 (InBytes 3) or Color32 pixels to grey levels, eight or sixteen a step;
+// the rest one by one.
+template <int InBytes, int OutBytes>
+void GreyWalk(const ConvArgs &args) {
+  const uint8_t *in = args.s[0];
+  uint8_t *out = args.d[0];
+  const size_t n = args.count;
+  size_t i = 0;
+  if constexpr (InBytes == 4) {
+    for (; i + 8 <= n; i += 8) {
+      const __m128i *p = reinterpret_cast<const __m128i *>(in + 4 * i);
+      StoreGrey8<OutBytes>(out + OutBytes * i, _mm_loadu_si128(p), _mm_loadu_si128(p + 1));
+    }
+  } else {
+#if defined(__AVX2__)
+    for (; i + 16 <= n; i += 16) {
+      // The pack interleaves the halves' lanes; the permute puts pixels 0..15 in order.
+      __m256i levels = _mm256_permute4x64_epi64(
+          _mm256_packus_epi32(Grey8Of24(in + 3 * i), Grey8Of24(in + 3 * i + 24)), 0xD8);
+      if constexpr (OutBytes == 1) {
+        __m128i bytes =
+            _mm_packus_epi16(_mm256_castsi256_si128(levels), _mm256_extracti128_si256(levels, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i), bytes);
+      } else {
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 2 * i), levels);
+      }
+    }
+#else
+    // Four pairs, whose loads reach 2 bytes past the last of them.
+    for (; i + 8 <= n && 3 * i + 26 <= 3 * n; i += 8) {
+      const uint8_t *p = in + 3 * i;
+      StoreGrey8<OutBytes>(out + OutBytes * i, PairsToWords<3>(LoadPairs(p, 6)),
+                           PairsToWords<3>(LoadPairs(p + 12, 6)));
+    }
+#endif
+  }
+  for (; i < n; ++i) {
+    StoreLE<OutBytes>(out + OutBytes * i, GreyOfBytes(LoadLE<InBytes>(in + InBytes * i)));
+  }
+}
+
+}  // namespace
+}  // namespace conv
+RK_NS_END
 #endif
 
 RK_FAST_FAMILY(convert) {
   RK_CONVERT_ALL(RK_CONVERT_FAST)
-#if RK_TRIPLE_MOVES
+#if RK_TRIPLE_MOVES_512
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey24Walk<2>);
   t.Set(KernelId::RkBitConvertColor15ToLight, &conv::Light15Walk);
+#elif RK_TRIPLE_MOVES
+  t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::GreyWalk<3, 1>);
+  t.Set(KernelId::RkBitConvertColor24ToLight, &conv::GreyWalk<3, 2>);
+  t.Set(KernelId::RkBitConvertColor32ToTrans, &conv::GreyWalk<4, 1>);
+  t.Set(KernelId::RkBitConvertColor32ToLight, &conv::GreyWalk<4, 2>);
+#if defined(__AVX2__)
+  t.Set(KernelId::RkBitConvertTransToColor24, &conv::GreyTriplesWalk<conv::TransToColor24>);
+  t.Set(KernelId::RkBitConvertLightToColor24, &conv::GreyTriplesWalk<conv::LightToColor24>);
+  t.Set(KernelId::RkBitConvertColor15ToLight, &conv::Light15Walk);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor32,
+        &conv::HighPlanesWalk<conv::RGBLight16ToColor32, conv::HighBytes16>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor24,
+        &conv::HighPlanesWalk<conv::RGBLight16ToColor24, conv::Level5Bytes16>);
+  t.Set(KernelId::RkBitConvertLightToColor16, &conv::LightToColor16Walk);
+#endif
 #endif
 }

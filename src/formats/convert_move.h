@@ -1,7 +1,8 @@
 // Moving 3-byte colour elements between their packed places (a 3- or 5-byte
 // stride) and 32-bit words, for the fast walks. Pure data movement: the formulas
-// stay in the members. Built with vector instructions where the level has byte
-// masks and word permutes; elsewhere the fast walks address the bytes directly.
+// stay in the members. Built with AVX-512 byte masks and word permutes where the
+// level has them, with SSE2 pair moves on the other x86-64 levels; elsewhere the
+// fast walks address the bytes directly.
 #pragma once
 
 #include <cstddef>
@@ -19,8 +20,14 @@
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 #define RK_TRIPLE_MOVES 1
+#define RK_TRIPLE_MOVES_512 1
+#elif defined(__SSE2__)
+#include <immintrin.h>
+#define RK_TRIPLE_MOVES 1
+#define RK_TRIPLE_MOVES_512 0
 #else
 #define RK_TRIPLE_MOVES 0
+#define RK_TRIPLE_MOVES_512 0
 #endif
 
 RK_NS_BEGIN
@@ -28,7 +35,7 @@ namespace conv {
 
 inline constexpr bool kTripleMoves = RK_TRIPLE_MOVES != 0;
 
-#if RK_TRIPLE_MOVES
+#if RK_TRIPLE_MOVES_512
 
 // Bytes 0..79 of 16 elements at a 5-byte stride that belong to an element.
 constexpr uint64_t Stride5Mask(int from, int bits) {
@@ -132,6 +139,164 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t tota
       _mm512_mask_storeu_epi8(out + 5 * i, kLow5, _mm512_permutexvar_epi16(low, v));
       _mm512_mask_storeu_epi8(out + 5 * i + 64, kHigh5, _mm512_permutexvar_epi16(high, v));
     }
+  }
+  for (; i < n; ++i) {
+    uint8_t *p = out + Stride * i;
+    p[0] = static_cast<uint8_t>(in[i]);
+    p[1] = static_cast<uint8_t>(in[i] >> 8);
+    p[2] = static_cast<uint8_t>(in[i] >> 16);
+  }
+}
+
+#elif RK_TRIPLE_MOVES
+
+// Two elements at a Stride of 3 or 5 lie in the first 8 bytes from the first one:
+// the even element in bytes 0..2, the odd one in bytes Stride..Stride + 2 (at a
+// stride of 5 the 8 bytes are exactly the pair's, gap bytes 3 and 4 between).
+// Vectors hold two such 64-bit pairs, or the same pairs as four 32-bit words.
+inline __m128i LoadPairs(const uint8_t *p, size_t pairBytes) {
+  return _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(p)),
+                            _mm_loadl_epi64(reinterpret_cast<const __m128i *>(p + pairBytes)));
+}
+inline void StorePairs(uint8_t *p, size_t pairBytes, __m128i v) {
+  _mm_storel_epi64(reinterpret_cast<__m128i *>(p), v);
+  _mm_storel_epi64(reinterpret_cast<__m128i *>(p + pairBytes), _mm_unpackhi_epi64(v, v));
+}
+// Pairs to words: the odd element moves from byte Stride to byte 4.
+template <int Stride>
+inline __m128i PairsToWords(__m128i v) {
+  const __m128i even = _mm_set1_epi64x(0xFFFFFF), odd = _mm_set1_epi64x(0xFFFFFF00000000);
+  __m128i moved = Stride == 3 ? _mm_slli_epi64(v, 8) : _mm_srli_epi64(v, 8);
+  return _mm_or_si128(_mm_and_si128(v, even), _mm_and_si128(moved, odd));
+}
+// Words to pairs, bytes between and after the elements 0.
+template <int Stride>
+inline __m128i WordsToPairs(__m128i v) {
+  const __m128i even = _mm_set1_epi64x(0xFFFFFF), odd = _mm_set1_epi64x(0xFFFFFF00000000);
+  __m128i high = _mm_and_si128(v, odd);
+  __m128i moved = Stride == 3 ? _mm_srli_epi64(high, 8) : _mm_slli_epi64(high, 8);
+  return _mm_or_si128(_mm_and_si128(v, even), moved);
+}
+
+// out[i] = the 3 bytes at in + Stride * i, fourth byte 0; `readable` bytes from
+// `in` may be read (at a stride of 3 the pairs' loads reach 2 bytes further).
+template <int Stride>
+inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t readable) {
+  constexpr size_t pair = 2 * Stride;
+  size_t i = 0;
+#if defined(__AVX2__)
+  if constexpr (Stride == 3) {
+    // Eight elements from exactly their 24 bytes, as bytes 0..15 and 8..23.
+    const __m256i spread =
+        _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
+                         4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
+    for (; i + 8 <= n; i += 8) {
+      const uint8_t *p = in + 3 * i;
+      __m256i raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(p + 8),
+                                        reinterpret_cast<const __m128i *>(p));
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), _mm256_shuffle_epi8(raw, spread));
+    }
+  }
+#endif
+  for (; i + 8 <= n && Stride * i + 3 * pair + 8 <= readable; i += 8) {
+    const uint8_t *p = in + Stride * i;
+    __m128i a = PairsToWords<Stride>(LoadPairs(p, pair));
+    __m128i b = PairsToWords<Stride>(LoadPairs(p + 2 * pair, pair));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i), a);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i + 4), b);
+  }
+  for (; i < n; ++i) {
+    const uint8_t *p = in + Stride * i;
+    out[i] = p[0] | p[1] << 8 | p[2] << 16;
+  }
+}
+
+#if defined(__AVX2__)
+// The low 3 bytes of eight 32-bit words to exactly 24 bytes: each 128-bit lane
+// packs its four into 12 bytes, and the 32-bit words are then closed up.
+inline void StoreTriples8(uint8_t *out, __m256i v) {
+  const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
+                                        0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+  v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack),
+                                  _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7));
+  _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm256_castsi256_si128(v));
+  _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 16), _mm256_extracti128_si256(v, 1));
+}
+
+// 32 elements at a stride of 5 as five whole 32-byte vectors. Each 128-bit lane
+// of the output holds bytes of at most four consecutive elements, from the one its
+// first byte belongs to; their words are gathered into the lane and shuffled into
+// place, and the gap bytes are read and written back unchanged.
+struct Stride5Tables {
+  int8_t place[160];  // byte of the lane's words for each output byte, -1 for a gap
+  int8_t gap[160];    // -1 for a gap byte
+};
+constexpr Stride5Tables MakeStride5Tables() {
+  Stride5Tables t{};
+  for (int o = 0; o < 160; ++o) {
+    const int first = 16 * (o / 16) / 5, e = o / 5, b = o % 5;
+    t.place[o] = static_cast<int8_t>(b < 3 ? 4 * (e - first) + b : -1);
+    t.gap[o] = static_cast<int8_t>(b < 3 ? 0 : -1);
+  }
+  return t;
+}
+inline void StoreTriples32At5(uint8_t *out, const uint32_t *in) {
+  alignas(32) static constexpr Stride5Tables kT = MakeStride5Tables();
+  __m256i v[4];
+  for (int q = 0; q < 4; ++q)
+    v[q] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 8 * q));
+  auto idx = [](int a, int b, int c, int d, int e, int f, int g, int h) {
+    return _mm256_setr_epi32(a, b, c, d, e, f, g, h);
+  };
+  // The lanes' first elements are 0, 3 | 6, 9 | 12, 16 | 19, 22 | 25, 28.
+  const __m256i words[5] = {
+      _mm256_permutevar8x32_epi32(v[0], idx(0, 1, 2, 3, 3, 4, 5, 6)),
+      _mm256_blend_epi32(_mm256_permutevar8x32_epi32(v[0], idx(6, 7, 0, 0, 0, 0, 0, 0)),
+                         _mm256_permutevar8x32_epi32(v[1], idx(0, 0, 0, 1, 1, 2, 3, 4)), 0xFC),
+      _mm256_permute2x128_si256(v[1], v[2], 0x21),
+      _mm256_blend_epi32(_mm256_permutevar8x32_epi32(v[2], idx(3, 4, 5, 6, 6, 7, 0, 0)),
+                         _mm256_permutevar8x32_epi32(v[3], idx(0, 0, 0, 0, 0, 0, 0, 1)), 0xC0),
+      _mm256_permutevar8x32_epi32(v[3], idx(1, 2, 3, 4, 4, 5, 6, 7))};
+  for (int j = 0; j < 5; ++j) {
+    __m256i *p = reinterpret_cast<__m256i *>(out + 32 * j);
+    __m256i place = _mm256_load_si256(reinterpret_cast<const __m256i *>(kT.place + 32 * j));
+    __m256i gap = _mm256_load_si256(reinterpret_cast<const __m256i *>(kT.gap + 32 * j));
+    __m256i bytes = _mm256_shuffle_epi8(words[j], place);
+    _mm256_storeu_si256(p, _mm256_or_si256(bytes, _mm256_and_si256(_mm256_loadu_si256(p), gap)));
+  }
+}
+
+#endif
+
+// The low 3 bytes of in[i] to out + Stride * i; nothing else is written, except
+// that at a stride of 3 a pair's store also writes the next pair's first 2 bytes,
+// which a later store (pairs go in increasing order) or the element-wise rest
+// writes again. The array holds `total` elements from `out` on. At a stride of 5
+// the gap bytes are read and written back unchanged.
+template <int Stride>
+inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t total) {
+  constexpr size_t pair = 2 * Stride;
+  const size_t bytes = Stride * total - (Stride - 3);
+  size_t i = 0;
+#if defined(__AVX2__)
+  if constexpr (Stride == 3) {
+    for (; i + 8 <= n; i += 8) {
+      StoreTriples8(out + 3 * i, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + i)));
+    }
+  } else {
+    for (; i + 32 <= n && 5 * i + 160 <= bytes; i += 32) {
+      StoreTriples32At5(out + 5 * i, in + i);
+    }
+  }
+#endif
+  for (; i + 4 <= n && Stride * i + pair + 8 <= bytes; i += 4) {
+    uint8_t *p = out + Stride * i;
+    __m128i v = WordsToPairs<Stride>(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in + i)));
+    if constexpr (Stride == 5) {
+      const __m128i gaps = _mm_set1_epi64x(0xFFFF000000);
+      v = _mm_or_si128(v, _mm_and_si128(LoadPairs(p, pair), gaps));
+    }
+    StorePairs(p, pair, v);
   }
   for (; i < n; ++i) {
     uint8_t *p = out + Stride * i;

@@ -43,6 +43,7 @@ void CopyRowUnits(const Row<M> &r, int64_t bytes, bool oddByte, bool oddHalf) {
 struct Copy16 : BlitKernel<2> {
   static constexpr KernelId kId = KernelId::RkBitBlt16;
   static constexpr bool kPointwise = true;
+  static constexpr bool kJoinRows = true;
   template <class M>
   static void Ref(const Row<M> &r) {
     CopyRowUnits(r, int64_t{r.w} * 2, false, (r.w & 1) != 0);
@@ -54,6 +55,7 @@ struct Copy16 : BlitKernel<2> {
 struct Copy24 : BlitKernel<3> {
   static constexpr KernelId kId = KernelId::RkBitBlt24;
   static constexpr bool kPointwise = true;
+  static constexpr bool kJoinRows = true;
   template <class M>
   static void Ref(const Row<M> &r) {
     int64_t bytes = int64_t{r.w} * 3;
@@ -64,6 +66,7 @@ struct Copy24 : BlitKernel<3> {
 struct Copy32 : BlitKernel<4> {
   static constexpr KernelId kId = KernelId::RkBitBlt32;
   static constexpr bool kPointwise = true;
+  static constexpr bool kJoinRows = true;
   template <class M>
   static void Ref(const Row<M> &r) {
     CopyRowUnits(r, int64_t{r.w} * 4, false, false);

@@ -6,7 +6,7 @@
 // than the speed goal.
 #include <cstring>
 
-#if defined(__AVX2__)
+#if defined(__SSE2__)
 #include <immintrin.h>
 #endif
 
@@ -95,6 +95,59 @@ void MaskRow24(const RowArgs &r) {
 }
 #pragma GCC diagnostic pop
 #elif defined(__AVX2__)
+// Thirty-two pixels (96 bytes, three whole vectors) a step: every byte is compared
+// with the key byte of its place in its pixel, and the three compare masks, as 96
+// bits, are reduced to the pixels whose three bytes all match and spread back over
+// their bytes. Returns how many pixels it did.
+size_t MaskSteps24(uint8_t *d, const uint8_t *s, size_t n, uint32_t key) {
+  // Byte j of the 96 is byte j % 3 of its pixel.
+  alignas(32) static constexpr int8_t kPlace[96] = {
+      0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2,
+      0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2,
+      0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2,
+      0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2};
+  // Pixels 0..20 lie in bits 0..62 of the first two masks, pixels 21..31 in bits
+  // 31..63 of the last two; each pixel's lowest bit.
+  constexpr uint64_t kFirst = 0x1249249249249249, kLast = 0x2492492480000000;
+  const __m256i keys = _mm256_set1_epi32(static_cast<int>(key));
+  __m256i keyAt[3];
+  for (int k = 0; k < 3; ++k) {
+    keyAt[k] = _mm256_shuffle_epi8(
+        keys, _mm256_load_si256(reinterpret_cast<const __m256i *>(kPlace + 32 * k)));
+  }
+  // A 32-bit mask to 32 bytes, 0xFF where its bit is set.
+  const __m256i byteOfBit =
+      _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
+  const __m256i bit = _mm256_set1_epi64x(static_cast<int64_t>(0x8040201008040201));
+  auto spread = [&](uint32_t m) {
+    __m256i v = _mm256_shuffle_epi8(_mm256_set1_epi32(static_cast<int>(m)), byteOfBit);
+    return _mm256_cmpeq_epi8(_mm256_and_si256(v, bit), bit);
+  };
+  size_t i = 0;
+  for (; i + 32 <= n; i += 32) {
+    const __m256i *sp = reinterpret_cast<const __m256i *>(s + 3 * i);
+    __m256i *dp = reinterpret_cast<__m256i *>(d + 3 * i);
+    __m256i sv[3];
+    uint32_t eq[3];
+    for (int k = 0; k < 3; ++k) {
+      sv[k] = _mm256_loadu_si256(sp + k);
+      eq[k] = static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(sv[k], keyAt[k])));
+    }
+    uint64_t a = eq[0] | uint64_t{eq[1]} << 32, b = eq[1] | uint64_t{eq[2]} << 32;
+    a = (a & a >> 1 & a >> 2 & kFirst) * 7;
+    b = (b & b >> 1 & b >> 2 & kLast) * 7;
+    const uint32_t keep[3] = {
+        static_cast<uint32_t>(a),
+        static_cast<uint32_t>(a >> 32) | (static_cast<uint32_t>(b) & 0x80000000u),
+        static_cast<uint32_t>(b >> 32)};
+    for (int k = 0; k < 3; ++k) {
+      __m256i dv = _mm256_loadu_si256(dp + k);
+      _mm256_storeu_si256(dp + k, _mm256_blendv_epi8(sv[k], dv, spread(keep[k])));
+    }
+  }
+  return i;
+}
+
 // Eight pixels (24 bytes) a step, held as two overlapping 16-byte halves: bytes
 // 0..15 and bytes 8..23, so no byte outside the 24 is loaded or stored. Each half's
 // four pixels are widened to 32-bit lanes to be compared with the key; the compare
@@ -103,7 +156,8 @@ void MaskRow24(const RowArgs &r) {
   const uint32_t key = MaskKey(r.a);
   const uint8_t *s = r.s;
   uint8_t *d = r.d;
-  const size_t n = static_cast<size_t>(r.w), groups = n / 8;
+  const size_t n = static_cast<size_t>(r.w), done = MaskSteps24(d, s, n, key),
+               groups = (n - done) / 8;
   const __m256i widen = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
                                          4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
   const __m256i spread = _mm256_setr_epi8(0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1,  //
@@ -114,8 +168,8 @@ void MaskRow24(const RowArgs &r) {
                                reinterpret_cast<const __m128i *>(p));
   };
   for (size_t g = 0; g < groups; ++g) {
-    const uint8_t *sp = s + 24 * g;
-    uint8_t *dp = d + 24 * g;
+    const uint8_t *sp = s + 3 * done + 24 * g;
+    uint8_t *dp = d + 3 * done + 24 * g;
     __m256i sv = halves(sp), dv = halves(dp);
     __m256i isKey = _mm256_cmpeq_epi32(_mm256_shuffle_epi8(sv, widen), keys);
     __m256i out = _mm256_blendv_epi8(sv, dv, _mm256_shuffle_epi8(isKey, spread));
@@ -125,7 +179,54 @@ void MaskRow24(const RowArgs &r) {
     _mm_storeu_si128(reinterpret_cast<__m128i *>(dp), lo);
     _mm_storel_epi64(reinterpret_cast<__m128i *>(dp + 16), _mm_unpackhi_epi64(hi, hi));
   }
-  MaskBytes24(d, s, groups * 8, n, key);
+  MaskBytes24(d, s, done + groups * 8, n, key);
+}
+#elif defined(__SSE2__)
+// Sixteen pixels (48 bytes, three vectors) a step: every byte is compared with the
+// key byte of its place in its pixel; the 48 compare bits are reduced to the pixels
+// whose three bytes all match and spread back over their bytes.
+void MaskRow24(const RowArgs &r) {
+  const uint32_t key = MaskKey(r.a);
+  const uint8_t *s = r.s;
+  uint8_t *d = r.d;
+  const size_t n = static_cast<size_t>(r.w);
+  const auto k0 = static_cast<char>(key), k1 = static_cast<char>(key >> 8),
+             k2 = static_cast<char>(key >> 16);
+  // Vector k starts at byte 16 k, byte (16 k) % 3 of a pixel.
+  const __m128i keyAt[3] = {
+      _mm_setr_epi8(k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0),
+      _mm_setr_epi8(k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1),
+      _mm_setr_epi8(k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2)};
+  constexpr uint64_t kLowest = 0x249249249249;  // each pixel's lowest bit of 48
+  const __m128i bit = _mm_set1_epi64x(static_cast<int64_t>(0x8040201008040201));
+  // A 16-bit mask to 16 bytes, 0xFF where its bit is set.
+  auto spread = [&](uint64_t m) {
+    constexpr uint64_t kEvery = 0x0101010101010101;
+    __m128i v = _mm_set_epi64x(static_cast<int64_t>((m >> 8 & 0xFF) * kEvery),
+                               static_cast<int64_t>((m & 0xFF) * kEvery));
+    return _mm_cmpeq_epi8(_mm_and_si128(v, bit), bit);
+  };
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m128i *sp = reinterpret_cast<const __m128i *>(s + 3 * i);
+    __m128i *dp = reinterpret_cast<__m128i *>(d + 3 * i);
+    __m128i sv[3];
+    uint64_t eq = 0;
+    for (int k = 0; k < 3; ++k) {
+      sv[k] = _mm_loadu_si128(sp + k);
+      eq |= uint64_t(static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(sv[k], keyAt[k]))))
+            << (16 * k);
+    }
+    const uint64_t keep = (eq & eq >> 1 & eq >> 2 & kLowest) * 7;
+    for (int k = 0; k < 3; ++k) {
+      // Source bytes, destination bytes where the pixel is a key pixel.
+      __m128i dv = _mm_loadu_si128(dp + k);
+      __m128i out =
+          _mm_xor_si128(sv[k], _mm_and_si128(_mm_xor_si128(sv[k], dv), spread(keep >> (16 * k))));
+      _mm_storeu_si128(dp + k, out);
+    }
+  }
+  MaskBytes24(d, s, i, n, key);
 }
 #else
 void MaskRow24(const RowArgs &r) {

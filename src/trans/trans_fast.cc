@@ -9,6 +9,7 @@
 
 #include "module/fast.h"
 #include "trans/blend.h"
+#include "trans/lanes.h"
 
 RK_NS_BEGIN
 namespace trans {
@@ -30,9 +31,23 @@ void Store(uint8_t *p, T v) {
   std::memcpy(p, &v, sizeof v);
 }
 
+// Moves a row past the first `done` pixels, which a register body did; the plain
+// loops take the rest.
+template <int Bpp, class Mode>
+[[maybe_unused]] void Past(int32_t done, uint8_t *&d, const uint8_t *&s, const uint8_t *&c,
+                           int32_t &n) {
+  d += Bpp * done;
+  s += Bpp * done;
+  if (Mode::kChannel) c += done;
+  n -= done;
+}
+
 // Groups of four at 16/15 bits: pixels [0, n), n a multiple of 4.
 template <class F, class Mode>
 void Groups16(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
+#if RK_TRANS_LANES
+  Past<2, Mode>(GroupsLanes<F, Mode>(d, s, c, n, a, b), d, s, c, n);
+#endif
   constexpr Blue kBlue = Shape16<F, Mode>::kGroupBlue;
   const uint16_t uniform = static_cast<uint16_t>(a >> 3), key = static_cast<uint16_t>(b);
   auto blend = [&](int32_t j) {
@@ -72,7 +87,11 @@ void Row16(const RowArgs &a) {
 
 // Bytes [0, n) with one weight.
 void Bytes(uint8_t *d, const uint8_t *s, int64_t n, uint16_t w) {
-  for (int64_t i = 0; i < n; ++i) d[i] = ByteBlend(s[i], d[i], w);
+  int64_t i = 0;
+#if RK_TRANS_LANES
+  i = BytesLanes(d, s, n, w);
+#endif
+  for (; i < n; ++i) d[i] = ByteBlend(s[i], d[i], w);
 }
 
 void RowTrans24(const RowArgs &a) { Bytes(a.d, a.s, int64_t{a.w} * 3, static_cast<uint16_t>(a.a)); }
@@ -90,6 +109,9 @@ void RowTrans32(const RowArgs &a) {
 // pixel alone or in a pair is the same at 24 bits.
 template <class Mode>
 void Pixels24(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
+#if RK_TRANS_LANES && RK_TRANS_LANES24
+  Past<3, Mode>(Pixels24Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
+#endif
   const auto k0 = static_cast<uint8_t>(b), k1 = static_cast<uint8_t>(b >> 8),
              k2 = static_cast<uint8_t>(b >> 16);
   uint16_t wb[3 * kBlock];
@@ -122,6 +144,9 @@ void RowPix24(const RowArgs &a) {
 template <class Mode>
 void Pairs32(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
   const uint64_t key = b & kColourBytes, uniform = (a & 0xFFFF) * 0x0001000100010001ull;
+#if RK_TRANS_LANES
+  Past<4, Mode>(Pairs32Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
+#endif
   uint16_t w[2 * kBlock], keep[2 * kBlock];  // per 16-bit lane
   auto *wq = reinterpret_cast<uint8_t *>(w), *kq = reinterpret_cast<uint8_t *>(keep);
   for (int32_t j0 = 0; j0 < n; j0 += kBlock) {

@@ -1,0 +1,151 @@
+// The brightness formulas of arith.h on whole vectors of pixels, for the fast rows.
+// Each gives, lane by lane, the bytes of its scalar counterpart (named in its comment),
+// rearranged for fewer vector steps: a field's result is moved back into place by one
+// shift and one mask, a product is capped by one signed minimum or one saturating add.
+// The row loops cover whole vectors and leave the rest to the caller.
+#pragma once
+
+#include <cstdint>
+
+#include "brightness/arith.h"
+#include "brightness/fast_simd.h"
+
+RK_NS_BEGIN
+namespace bright {
+namespace simd {
+
+#if defined(__SSE2__)
+
+// The three fields of a 16/15-bit pixel from vectors holding each in its place (other
+// bits of r, g and b are not looked at); bit 15 is 0 at depth 15.
+template <class F>
+inline V PackFields(V r, V g, V b) {
+#if defined(__AVX512BW__)
+  // Bitwise selects: depth 16's fields cover the word; depth 15 clears bit 15 first.
+  if constexpr (F::kRShift == 10) r = And(r, Set16(F::kR));
+  return Select(Set16(F::kR | 0x8000), r, Select(Set16(F::kB), b, g));
+#else
+  return Or3(And(r, Set16(F::kR)), And(g, Set16(F::kG)), And(b, Set16(F::kB)));
+#endif
+}
+
+// LightPixel<F>: ((c * k) mod 65536 + round, saturated) >> 5, masked to the field.
+template <class F>
+inline V LightLanes(V w, V k) {
+  V r = AddSat16(MulLo16(Shr16<F::kRShift>(w), k), Set16(31));
+  V g = AddSat16(MulLo16(And(Shr16<5>(w), Set16(F::kGMax)), k), Set16(kLightGreenRound<F>));
+  V b = AddSat16(MulLo16(And(w, Set16(31)), k), Set16(31));
+  return PackFields<F>(Shl16<F::kRShift - 5>(r), g, Shr16<5>(b));
+}
+
+// MaskLightLane<F>: a product above max * 32 (signed) gives max; capping it at
+// max * 32 + 31 first leaves (product >> 5) & max to give both cases.
+template <class F>
+inline V MaskLightLanes(V w, V k) {
+  V r = MinS16(MulLo16(Shr16<F::kRShift>(w), k), Set16(F::kRMax * 32 + 31));
+  V g = MinS16(MulLo16(And(Shr16<5>(w), Set16(F::kGMax)), k), Set16(F::kGMax * 32 + 31));
+  V b = MinS16(MulLo16(And(w, Set16(31)), k), Set16(31 * 32 + 31));
+  return PackFields<F>(Shl16<F::kRShift - 5>(r), g, Shr16<5>(b));
+}
+
+// DarkleLane<F, kRedWord>.
+template <class F, bool kRedWord = false>
+inline V DarkleLanes(V w, V k) {
+  V rf = Shr16<F::kRShift>(w);
+  if constexpr (!kRedWord && F::kRShift == 10) rf = And(rf, Set16(31));
+  V r = And(Shl16<F::kRShift - 5>(MulLo16(rf, k)), Set16(F::kR));
+  V g = And(MulLo16(And(Shr16<5>(w), Set16(F::kGMax)), k), Set16(F::kG));
+  V b = Shr16<5>(MulLo16(And(w, Set16(31)), k));
+  return Or3(r, g, b);
+}
+
+// DarkleByte on every byte: bits 8..15 of the byte's product wrapped in 16 bits.
+inline V DarkleBytes(V w, V s) {
+  V lo = Shr16<8>(MulLo16(And(w, Set16(0xFF)), s));
+  V hi = And(MulLo16(Shr16<8>(w), s), Set16(0xFF00));
+  return Or(lo, hi);
+}
+// LightByte on every byte, for a factor below 65536: the same bits 8..15, less one
+// with 0 wrapping to 255.
+inline V LightBytes(V w, V s) { return Sub8(DarkleBytes(w, s), Set16(0x0101)); }
+
+// SatByte on every byte, for a factor below 32768: the high half of (v << 8) * s is
+// (v * s) >> 8, below 32768, capped at 255.
+inline V SatBytes(V w, V s) {
+  V top = Set16(255);
+  V lo = MinS16(MulHi16(Shl16<8>(w), s), top);
+  V hi = MinS16(MulHi16(And(w, Set16(0xFF00)), s), top);
+  return Or(lo, Shl16<8>(hi));
+}
+
+// Rows of 3-byte pixels in blocks of whole pairs: kBlockPairs pairs (6 bytes each) a
+// vector, read and written kBytes at a time from the block's start. Bit i of a block's
+// masks stands for its byte i.
+inline constexpr int64_t kBlockPairs = kBytes / 6;
+inline constexpr uint64_t kBlockBits = (uint64_t{1} << (6 * kBlockPairs)) - 1;
+inline constexpr uint64_t kPixelStarts = 0x9249249249249249 & kBlockBits;  // every 3rd byte
+inline constexpr uint64_t kPairStarts = 0x1041041041041041 & kBlockBits;   // every 6th byte
+
+// A block's pairs begin kShift bytes into its vector: 0 for the blocks from a row's start,
+// kTailShift for a last block that ends with the row's last pair.
+inline constexpr int kTailShift = kBytes - 6 * kBlockPairs;
+
+// Blocks from a row's start whose kBytes stay within its first `pairs` pairs.
+inline int64_t FullBlocks24(int64_t pairs) {
+  int64_t span = 6 * pairs - kBytes;
+  return span < 0 ? 0 : span / (6 * kBlockPairs) + 1;
+}
+// The byte of the last block, which ends with pair `pairs` - 1, or -1 when the pairs are
+// fewer than a vector's bytes.
+inline int64_t TailBlock24(int64_t pairs) { return 6 * pairs >= kBytes ? 6 * pairs - kBytes : -1; }
+
+// The key's three bytes repeated over a vector whose pixels begin kShift bytes in.
+template <int kShift>
+inline V KeyPattern24(uint32_t key) {
+  alignas(64) uint8_t pat[kBytes];
+  for (int i = 0; i < kBytes; ++i)
+    pat[i] = static_cast<uint8_t>(key >> (8 * ((i + 3 - kShift % 3) % 3)));
+  return Load(pat);
+}
+// The bits (counted from the block's first pair) of the pixel starts whose pixel is the key.
+template <int kShift>
+inline uint64_t KeyPixels24(V px, V pattern) {
+  uint64_t eq = EqBits8(px, pattern) >> kShift;
+  return eq & eq >> 1 & eq >> 2 & kPixelStarts;
+}
+
+// One block at byte o: fn(source vector) stored but for the bytes keep(key pixel bits)
+// marks; returns the key pixel bits.
+template <int kShift, class Keep, class Fn>
+inline uint64_t DrawBlock24(uint8_t *d, const uint8_t *s, int64_t o, V pattern, Keep keep, Fn fn) {
+  V px = Load(s + o);
+  uint64_t keys = KeyPixels24<kShift>(px, pattern);
+  StoreBytes(d + o, fn(px), (~keep(keys) & kBlockBits) << kShift);
+  return keys;
+}
+
+// Visits blocks b0 .. b1 - 1. Where a block's write reads and rewrites the kBytes from
+// its start (past its own pairs), the even blocks go first and then the odd ones, so
+// that no block reads bytes its neighbour has just stored (a load that would wait for
+// that store).
+template <class Fn>
+inline void EachBlock24(int64_t b0, int64_t b1, Fn fn) {
+#if defined(__AVX512BW__)
+  for (int64_t b = b0; b < b1; ++b) fn(b);
+#else
+  for (int64_t b = b0; b < b1; b += 2) fn(b);
+  for (int64_t b = b0 + 1; b < b1; b += 2) fn(b);
+#endif
+}
+
+// d[i] = fn(s[i]) for the whole vectors of `bytes`; returns the bytes done. The
+// destination is apart from the source or the very same bytes.
+template <class Fn>
+inline int64_t MapVectors(uint8_t *d, const uint8_t *s, int64_t bytes, Fn fn) {
+  return EachVector(bytes, [&](int64_t o) { Store(d + o, fn(Load(s + o))); });
+}
+#endif  // __SSE2__
+
+}  // namespace simd
+}  // namespace bright
+RK_NS_END

@@ -1,0 +1,384 @@
+// Whole-register bodies of the translucent fast rows, one copy per x86-64 level
+// (AVX-512BW, AVX2, SSE2). Each body runs the row from its left end in steps of a
+// register and returns how many pixels (or bytes) it did; the caller's plain loop
+// finishes the rest. Every body computes exactly the lane formulas of blend.h.
+// Without a register type (other architectures) the plain loops do everything.
+#pragma once
+
+#include <cstdint>
+
+#if defined(__SSE2__)
+// GCC 12 warns about the AVX-512 intrinsics' own undefined vectors once inlined.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#endif
+
+#include "trans/blend.h"
+
+#if defined(__AVX512BW__) || defined(__AVX2__) || defined(__SSE2__)
+#define RK_TRANS_LANES 1
+#else
+#define RK_TRANS_LANES 0
+#endif
+
+RK_NS_BEGIN
+namespace trans {
+
+#if RK_TRANS_LANES
+
+// The register type of the level and the few operations the bodies use; Eq* give
+// all-ones lanes where equal, AndNot(a, b) is ~a & b, SwapPairs32 exchanges the two
+// 32-bit halves of every 64-bit lane, Chan16/Chan32 widen the next Lanes16/Lanes32
+// channel bytes to 16- or 32-bit lanes.
+#if defined(__AVX512BW__)
+struct V {
+  using T = __m512i;
+  static constexpr int kBytes = 64;
+  static T Load(const void *p) { return _mm512_loadu_si512(p); }
+  static void Store(void *p, T v) { _mm512_storeu_si512(p, v); }
+  static T Set16(uint16_t x) { return _mm512_set1_epi16(static_cast<short>(x)); }
+  static T Set32(uint32_t x) { return _mm512_set1_epi32(static_cast<int>(x)); }
+  static T And(T a, T b) { return _mm512_and_si512(a, b); }
+  static T Or(T a, T b) { return _mm512_or_si512(a, b); }
+  static T AndNot(T a, T b) { return _mm512_andnot_si512(a, b); }
+  static T Add16(T a, T b) { return _mm512_add_epi16(a, b); }
+  static T Sub16(T a, T b) { return _mm512_sub_epi16(a, b); }
+  static T Mul16(T a, T b) { return _mm512_mullo_epi16(a, b); }
+  template <int N>
+  static T Srl16(T a) {
+    return _mm512_srli_epi16(a, N);
+  }
+  template <int N>
+  static T Sll16(T a) {
+    return _mm512_slli_epi16(a, N);
+  }
+  template <int N>
+  static T Sra16(T a) {
+    return _mm512_srai_epi16(a, N);
+  }
+  template <int N>
+  static T Sll32(T a) {
+    return _mm512_slli_epi32(a, N);
+  }
+  static T Eq16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
+  static T Eq32(T a, T b) { return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(a, b)); }
+  static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
+  static T Shuffle8(T a, T idx) { return _mm512_shuffle_epi8(a, idx); }
+  static T PermD(T a, T idx) { return _mm512_permutexvar_epi32(idx, a); }
+  static T Chan16(const uint8_t *c) {
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(c)));
+  }
+  static T Chan32(const uint8_t *c) {
+    return _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
+  }
+};
+#elif defined(__AVX2__)
+struct V {
+  using T = __m256i;
+  static constexpr int kBytes = 32;
+  static T Load(const void *p) { return _mm256_loadu_si256(static_cast<const T *>(p)); }
+  static void Store(void *p, T v) { _mm256_storeu_si256(static_cast<T *>(p), v); }
+  static T Set16(uint16_t x) { return _mm256_set1_epi16(static_cast<short>(x)); }
+  static T Set32(uint32_t x) { return _mm256_set1_epi32(static_cast<int>(x)); }
+  static T And(T a, T b) { return _mm256_and_si256(a, b); }
+  static T Or(T a, T b) { return _mm256_or_si256(a, b); }
+  static T AndNot(T a, T b) { return _mm256_andnot_si256(a, b); }
+  static T Add16(T a, T b) { return _mm256_add_epi16(a, b); }
+  static T Sub16(T a, T b) { return _mm256_sub_epi16(a, b); }
+  static T Mul16(T a, T b) { return _mm256_mullo_epi16(a, b); }
+  template <int N>
+  static T Srl16(T a) {
+    return _mm256_srli_epi16(a, N);
+  }
+  template <int N>
+  static T Sll16(T a) {
+    return _mm256_slli_epi16(a, N);
+  }
+  template <int N>
+  static T Sra16(T a) {
+    return _mm256_srai_epi16(a, N);
+  }
+  template <int N>
+  static T Sll32(T a) {
+    return _mm256_slli_epi32(a, N);
+  }
+  static T Eq16(T a, T b) { return _mm256_cmpeq_epi16(a, b); }
+  static T Eq32(T a, T b) { return _mm256_cmpeq_epi32(a, b); }
+  static T SwapPairs32(T a) { return _mm256_shuffle_epi32(a, 0xB1); }
+  static T Shuffle8(T a, T idx) { return _mm256_shuffle_epi8(a, idx); }
+  static T PermD(T a, T idx) { return _mm256_permutevar8x32_epi32(a, idx); }
+  static T Chan16(const uint8_t *c) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
+  }
+  static T Chan32(const uint8_t *c) {
+    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(c)));
+  }
+};
+#else
+struct V {
+  using T = __m128i;
+  static constexpr int kBytes = 16;
+  static T Load(const void *p) { return _mm_loadu_si128(static_cast<const T *>(p)); }
+  static void Store(void *p, T v) { _mm_storeu_si128(static_cast<T *>(p), v); }
+  static T Set16(uint16_t x) { return _mm_set1_epi16(static_cast<short>(x)); }
+  static T Set32(uint32_t x) { return _mm_set1_epi32(static_cast<int>(x)); }
+  static T And(T a, T b) { return _mm_and_si128(a, b); }
+  static T Or(T a, T b) { return _mm_or_si128(a, b); }
+  static T AndNot(T a, T b) { return _mm_andnot_si128(a, b); }
+  static T Add16(T a, T b) { return _mm_add_epi16(a, b); }
+  static T Sub16(T a, T b) { return _mm_sub_epi16(a, b); }
+  static T Mul16(T a, T b) { return _mm_mullo_epi16(a, b); }
+  template <int N>
+  static T Srl16(T a) {
+    return _mm_srli_epi16(a, N);
+  }
+  template <int N>
+  static T Sll16(T a) {
+    return _mm_slli_epi16(a, N);
+  }
+  template <int N>
+  static T Sra16(T a) {
+    return _mm_srai_epi16(a, N);
+  }
+  template <int N>
+  static T Sll32(T a) {
+    return _mm_slli_epi32(a, N);
+  }
+  static T Eq16(T a, T b) { return _mm_cmpeq_epi16(a, b); }
+  static T Eq32(T a, T b) { return _mm_cmpeq_epi32(a, b); }
+  static T SwapPairs32(T a) { return _mm_shuffle_epi32(a, 0xB1); }
+  static T Chan16(const uint8_t *c) {
+    const T z = _mm_setzero_si128();
+    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const T *>(c)), z);
+  }
+  static T Chan32(const uint8_t *c) {
+    const T z = _mm_setzero_si128();
+    int32_t v;
+    __builtin_memcpy(&v, c, 4);
+    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(v), z), z);
+  }
+};
+#endif
+
+using VT = V::T;
+
+// LaneBlend<F, B> on every 16-bit lane, with the weights in w.
+template <class F, Blue B>
+inline VT LaneBlendV(VT s, VT d, VT w) {
+  constexpr int kUp = F::kRShift - 5;
+  constexpr auto kHigh = static_cast<uint16_t>(0xFFFFu << F::kRShift);
+  VT r = V::Mul16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), w);
+  r = V::And(V::Add16(V::Sll16<kUp>(r), V::And(d, V::Set16(kHigh))), V::Set16(F::kR));
+  const VT gm = V::Set16(F::kG), bm = V::Set16(F::kB);
+  const VT dg = V::And(d, gm), db = V::And(d, bm);
+  VT g = V::Mul16(V::Sub16(V::And(s, gm), dg), w);
+  g = V::And(V::Add16(V::Srl16<5>(g), dg), gm);
+  const VT p = V::Mul16(V::Sub16(V::And(s, bm), db), w);
+  VT b = V::And(V::Add16(V::Srl16<5>(p), db), bm);
+  if constexpr (B != Blue::kMasked) {
+    b = V::Or(b, V::And(V::Sra16<15>(p), V::Set16(B == Blue::kAdd16 ? 0x0800 : 0x0700)));
+  }
+  return V::Or(V::Or(r, g), b);
+}
+
+// HalfBlend on every 16-bit lane: ByteBlend on its low byte with the weight in
+// we, on its high byte with the one in wo.
+inline VT HalfBlendV(VT s, VT d, VT we, VT wo) {
+  const VT lo = V::Set16(0x00FF);
+  const VT ed = V::And(d, lo), od = V::Srl16<8>(d);
+  const VT e = V::Srl16<8>(V::Mul16(V::Sub16(V::And(s, lo), ed), we));
+  const VT o = V::Srl16<8>(V::Mul16(V::Sub16(V::Srl16<8>(s), od), wo));
+  return V::Or(V::And(V::Add16(e, ed), lo), V::Sll16<8>(V::Add16(o, od)));
+}
+inline VT HalfBlendV(VT s, VT d, VT w) { return HalfBlendV(s, d, w, w); }
+
+// Groups of four at 16/15 bits from column 0: each lane's weight is the uniform
+// one or its channel byte >> 3, 0 for a key pixel. A 5-5-5 group whose four source
+// pixels are all the key keeps its destination whole (bit 15 included); at 5-6-5
+// weight 0 already gives the destination back.
+template <class F, class Mode>
+inline int32_t GroupsLanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
+                           uint32_t b) {
+  constexpr int32_t kN = V::kBytes / 2;
+  const VT uniform = V::Set16(static_cast<uint16_t>(a >> 3));
+  [[maybe_unused]] const VT key = V::Set16(static_cast<uint16_t>(b));
+  [[maybe_unused]] const VT ones = V::Eq32(key, key);
+  int32_t j = 0;
+  for (; j + kN <= n; j += kN) {
+    const VT sv = V::Load(s + 2 * j), dv = V::Load(d + 2 * j);
+    VT w = uniform;
+    if constexpr (Mode::kChannel) w = V::Srl16<3>(V::Chan16(c + j));
+    [[maybe_unused]] const VT k = V::Eq16(sv, key);
+    if constexpr (Mode::kKeyed) w = V::AndNot(k, w);
+    VT o = LaneBlendV<F, Shape16<F, Mode>::kGroupBlue>(sv, dv, w);
+    if constexpr (Mode::kKeyed && kIs15<F>) {
+      const VT half = V::Eq32(k, ones), all = V::And(half, V::SwapPairs32(half));
+      o = V::Or(V::And(all, dv), V::AndNot(all, o));
+    }
+    V::Store(d + 2 * j, o);
+  }
+  return j;
+}
+
+// Pixels [0, n) of a 32-bit row in pairs (n even), every byte blended with its
+// pixel's weight: the uniform one or its channel byte, 0 for a key pixel; a pixel
+// whose partner is the key gets 0 in its fourth byte.
+template <class Mode>
+inline int32_t Pairs32Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
+                            uint32_t b) {
+  constexpr int32_t kN = V::kBytes / 4;
+  const VT uniform = V::Set16(static_cast<uint16_t>(a));
+  [[maybe_unused]] const VT key = V::Set32(b & kColourBytes), colour = V::Set32(kColourBytes);
+  int32_t j = 0;
+  for (; j + kN <= n; j += kN) {
+    const VT sv = V::Load(s + 4 * j), dv = V::Load(d + 4 * j);
+    VT w = uniform;
+    if constexpr (Mode::kChannel) {
+      w = V::Chan32(c + j);
+      w = V::Or(w, V::Sll32<16>(w));
+    }
+    VT o;
+    if constexpr (Mode::kKeyed) {
+      const VT k = V::Eq32(V::And(sv, colour), key);
+      o = HalfBlendV(sv, dv, V::AndNot(k, w));
+      o = V::AndNot(V::AndNot(colour, V::AndNot(k, V::SwapPairs32(k))), o);
+    } else {
+      o = HalfBlendV(sv, dv, w);
+    }
+    V::Store(d + 4 * j, o);
+  }
+  return j;
+}
+
+#if defined(__AVX512BW__) || defined(__AVX2__)
+#define RK_TRANS_LANES24 1
+// KeyBytes24: for the V::kBytes 3-byte pixels from p, 0xFF in byte i where pixel i
+// is the key (its three bytes as a dword against `key`), else 0. The pixels are
+// spread one to a dword (fourth byte 0) kPix24 at a time, reading kOver24 bytes
+// past the last pixel.
+#if defined(__AVX512BW__)
+constexpr int32_t kPix24 = 16, kOver24 = 0;
+inline VT Spread24(const uint8_t *p) {
+  // Lane k gets bytes 12k..12k+15 of the 48 loaded, then each pixel its own dword.
+  const VT raw = _mm512_inserti32x4(
+      _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p))),
+      _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 32)), 2);
+  const VT x = _mm512_permutexvar_epi32(
+      _mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12), raw);
+  return _mm512_shuffle_epi8(x, _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7,
+                                                                     8, -1, 9, 10, 11, -1)));
+}
+inline VT KeyBytes24(const uint8_t *p, VT key) {
+  uint64_t m = 0;
+  for (int i = 0; i < 4; ++i) {
+    m |= uint64_t{_mm512_cmpeq_epi32_mask(Spread24(p + 3 * kPix24 * i), key)} << (kPix24 * i);
+  }
+  return _mm512_movm_epi8(m);
+}
+#else
+constexpr int32_t kPix24 = 8, kOver24 = 8;
+inline VT Spread24(const uint8_t *p) {
+  // Lane 0 gets bytes 0..15 of the 32 loaded, lane 1 bytes 12..27; then each pixel
+  // its own dword.
+  const VT x = _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const VT *>(p)),
+                                           _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6));
+  const __m128i idx = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+  return _mm256_shuffle_epi8(x, _mm256_setr_m128i(idx, idx));
+}
+inline VT KeyBytes24(const uint8_t *p, VT key) {
+  VT m[4];
+  for (int i = 0; i < 4; ++i) m[i] = _mm256_cmpeq_epi32(Spread24(p + 3 * kPix24 * i), key);
+  // The packs interleave the 128-bit lanes; the dword permute puts the pixels back in order.
+  const VT x = _mm256_packs_epi16(_mm256_packs_epi32(m[0], m[1]), _mm256_packs_epi32(m[2], m[3]));
+  return _mm256_permutevar8x32_epi32(x, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+#endif
+
+// Tables of Pixels24Lanes: for each of a step's three registers of bytes, the
+// dwords of the per-pixel register each 16-byte lane takes (the four around its
+// pixels), and the byte shuffles that put each pixel's byte under the 16-bit lanes
+// of its even and of its odd bytes (high byte 0).
+struct Fan24 {
+  static constexpr int kLanes = V::kBytes / 16, kDwords = V::kBytes / 4;
+  int32_t perm[3][kDwords];
+  int8_t even[3][V::kBytes], odd[3][V::kBytes];
+  constexpr Fan24() : perm(), even(), odd() {
+    for (int r = 0; r < 3; ++r) {
+      for (int l = 0; l < kLanes; ++l) {
+        const int first = (V::kBytes * r + 16 * l) / 3;
+        const int q = first / 4 < kDwords - 4 ? first / 4 : kDwords - 4;
+        for (int k = 0; k < 4; ++k) perm[r][4 * l + k] = q + k;
+        for (int k = 0; k < 8; ++k) {
+          const int g = V::kBytes * r + 16 * l + 2 * k;
+          even[r][16 * l + 2 * k] = static_cast<int8_t>(g / 3 - 4 * q);
+          odd[r][16 * l + 2 * k] = static_cast<int8_t>((g + 1) / 3 - 4 * q);
+          even[r][16 * l + 2 * k + 1] = odd[r][16 * l + 2 * k + 1] = -128;
+        }
+      }
+    }
+  }
+};
+inline constexpr Fan24 kFan24{};
+
+// Pixels [0, n) of a 24-bit pixel walk, blended byte by byte in place (alone or in
+// a pair is the same at 24 bits): a step takes V::kBytes pixels as one register of
+// a byte per pixel (the channel byte, 0 for a key pixel; or the key mask for the
+// uniform weight) and three registers of their bytes, and fans the per-pixel bytes
+// out to each byte's 16-bit weight.
+template <class Mode>
+inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
+                             uint32_t b) {
+  VT perm[3], even[3], odd[3];
+  for (int r = 0; r < 3; ++r) {
+    perm[r] = V::Load(kFan24.perm[r]);
+    even[r] = V::Load(kFan24.even[r]);
+    odd[r] = V::Load(kFan24.odd[r]);
+  }
+  [[maybe_unused]] const VT key = V::Set32(b & kColourBytes),
+                            uniform = V::Set16(static_cast<uint16_t>(a)), zero = V::Set16(0);
+  int32_t j = 0;
+  for (; 3 * (int64_t{j} + V::kBytes) + kOver24 <= 3 * int64_t{n}; j += V::kBytes) {
+    VT px;  // a byte per pixel
+    if constexpr (Mode::kChannel) {
+      px = V::Load(c + j);
+      if constexpr (Mode::kKeyed) px = V::AndNot(KeyBytes24(s + 3 * j, key), px);
+    } else {
+      px = KeyBytes24(s + 3 * j, key);
+    }
+    for (int r = 0; r < 3; ++r) {
+      const VT win = V::PermD(px, perm[r]);
+      VT we = V::Shuffle8(win, even[r]), wo = V::Shuffle8(win, odd[r]);
+      if constexpr (!Mode::kChannel) {  // the uniform weight where the pixel is not the key
+        we = V::And(V::Eq16(we, zero), uniform);
+        wo = V::And(V::Eq16(wo, zero), uniform);
+      }
+      const int64_t off = 3 * int64_t{j} + V::kBytes * r;
+      V::Store(d + off, HalfBlendV(V::Load(s + off), V::Load(d + off), we, wo));
+    }
+  }
+  return j;
+}
+
+#else
+#define RK_TRANS_LANES24 0
+#endif
+
+// Bytes [0, n) with one weight.
+inline int64_t BytesLanes(uint8_t *d, const uint8_t *s, int64_t n, uint16_t w) {
+  const VT wv = V::Set16(w);
+  int64_t i = 0;
+  for (; i + V::kBytes <= n; i += V::kBytes) {
+    V::Store(d + i, HalfBlendV(V::Load(s + i), V::Load(d + i), wv));
+  }
+  return i;
+}
+
+#endif  // RK_TRANS_LANES
+
+}  // namespace trans
+RK_NS_END

@@ -1,0 +1,23 @@
+# The code every 32-bit x86 CPU runs (the reference walks, the dispatcher and the
+# base level's fast kernels) uses no SSE: no instruction names an xmm register.
+string(REPLACE "|" ";" objects "${OBJECTS}")
+set(bad "")
+foreach(obj IN LISTS objects)
+  execute_process(COMMAND ${OBJDUMP} -d --no-show-raw-insn ${obj} OUTPUT_VARIABLE out
+                  RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "${OBJDUMP} failed on ${obj}")
+  endif()
+  string(REGEX MATCHALL "[^\n]*%[xy]mm[0-9][^\n]*" hits "${out}")
+  list(LENGTH hits n)
+  if(n GREATER 0)
+    list(GET hits 0 first)
+    list(APPEND bad "${obj}: ${n} instructions, e.g. ${first}")
+  endif()
+endforeach()
+if(bad)
+  list(JOIN bad "\n  " text)
+  message(FATAL_ERROR "SSE in code that must run without it:\n  ${text}")
+endif()
+list(LENGTH objects n)
+message(STATUS "${n} objects free of SSE")
