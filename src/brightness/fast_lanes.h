@@ -124,18 +124,22 @@ inline uint64_t DrawBlock24(uint8_t *d, const uint8_t *s, int64_t o, V pattern, 
   return keys;
 }
 
-// Visits blocks b0 .. b1 - 1. Where a block's write reads and rewrites the kBytes from
-// its start (past its own pairs), the even blocks go first and then the odd ones, so
-// that no block reads bytes its neighbour has just stored (a load that would wait for
-// that store).
-template <class Fn>
-inline void EachBlock24(int64_t b0, int64_t b1, Fn fn) {
+// fn(b) for blocks b0 .. b1 - 1; returns the bitwise or of what fn returns. Where a
+// block's write reads and rewrites the kBytes from its start (past its own pairs), the
+// even blocks go first and then the odd ones, so that no block reads bytes its
+// neighbour has just stored (a load that would wait for that store).
 #if defined(__AVX512BW__)
-  for (int64_t b = b0; b < b1; ++b) fn(b);
+inline constexpr int64_t kBlockPasses = 1;
 #else
-  for (int64_t b = b0; b < b1; b += 2) fn(b);
-  for (int64_t b = b0 + 1; b < b1; b += 2) fn(b);
+inline constexpr int64_t kBlockPasses = 2;
 #endif
+template <class Fn>
+inline uint64_t EachBlock24(int64_t b0, int64_t b1, Fn fn) {
+  uint64_t any = 0;
+  for (int64_t pass = 0; pass < kBlockPasses; ++pass) {
+    for (int64_t b = b0 + pass; b < b1; b += kBlockPasses) any |= fn(b);
+  }
+  return any;
 }
 
 // d[i] = fn(s[i]) for the whole vectors of `bytes`; returns the bytes done. The

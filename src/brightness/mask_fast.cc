@@ -73,7 +73,7 @@ void FastMaskLight24(const RowArgs &r) {
   simd::V pattern = simd::KeyPattern24<0>(Key24(r));
   int64_t full = simd::FullBlocks24(Pairs(r)), tail = simd::TailBlock24(Pairs(r));
   simd::EachBlock24(0, full, [&](int64_t b) {
-    simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw);
+    return simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw);
   });
   done = full * simd::kBlockPairs;
   if (done < Pairs(r) && tail >= 0) {
@@ -133,11 +133,12 @@ void FastMaskDarkle32(const RowArgs &r) {
 }
 
 // RkMaskDarkle24: the odd last pixel and the misread first pair through the shared
-// steps, then the other pairs from the right. Where the level has vectors, blocks of
-// pairs go leftwards: each draws its pairs of two non-key pixels at their own place,
-// then its pairs with one key pixel write their misplaced bytes, which lie on pairs
-// further right (drawn before them in the walk) or past the row. Elsewhere the same
-// in chunks of the plain loops.
+// steps, then the other pairs. Every pair of two non-key pixels is drawn at its own
+// place first; then the pairs with one key pixel write their misplaced bytes, from the
+// right. Those bytes lie right of their pair, on pairs the walk draws before it or
+// past the row, so this is the walk's result. Where the level has vectors the pairs go
+// in blocks (the keys found again only in a row that has such a pair); elsewhere in
+// chunks of the plain loops, from the right.
 void FastMaskDarkle24(const RowArgs &r) {
   Row<RawMem> raw = Raw(r);
   uint32_t s = r.a;
@@ -163,31 +164,21 @@ void FastMaskDarkle24(const RowArgs &r) {
     }
   };
   simd::V pattern = simd::KeyPattern24<0>(Key24(r));
-  int64_t full = simd::FullBlocks24(h), tail = simd::TailBlock24(h);
-  if (full * simd::kBlockPairs < h) {
-    if (tail >= 0) {
-      int64_t from = tail + simd::kTailShift;
-      simd::V tailPattern = simd::KeyPattern24<simd::kTailShift>(Key24(r));
-      misplaced(one(simd::DrawBlock24<simd::kTailShift>(dst, src, tail, tailPattern, keep, draw)),
-                from, full * simd::kBlockPairs);
-    } else {
-      for (int64_t n = h; n > 0; --n) MaskDarkle24Pair(raw, n, false);
-    }
+  int64_t full = simd::FullBlocks24(h), tail = simd::TailBlock24(h), lo = full * simd::kBlockPairs;
+  uint64_t any = simd::EachBlock24(0, full, [&](int64_t b) {
+    return one(simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw));
+  });
+  if (lo < h && tail >= 0) {
+    simd::V tailPattern = simd::KeyPattern24<simd::kTailShift>(Key24(r));
+    uint64_t ones =
+        one(simd::DrawBlock24<simd::kTailShift>(dst, src, tail, tailPattern, keep, draw));
+    misplaced(ones, tail + simd::kTailShift, lo);
+  } else {
+    for (int64_t n = h; n > lo; --n) MaskDarkle24Pair(raw, n, false);
   }
-  // Chunks of blocks from the right; a chunk's misplaced writes follow all its draws
-  // (their bytes lie right of their pairs). They are rare: the keys are found again
-  // only in a chunk that has one.
-  constexpr int64_t kChunk = 32;
-  for (int64_t b1 = full; b1 > 0; b1 -= kChunk) {
-    int64_t b0 = std::max<int64_t>(b1 - kChunk, 0);
-    uint64_t any = 0;
-    simd::EachBlock24(b0, b1, [&](int64_t b) {
-      any |= one(simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw));
-    });
-    for (int64_t b = b1 - 1; any != 0 && b >= b0; --b) {
-      int64_t o = 6 * simd::kBlockPairs * b;
-      misplaced(one(simd::KeyPixels24<0>(simd::Load(src + o), pattern)), o, 0);
-    }
+  for (int64_t b = full - 1; any != 0 && b >= 0; --b) {
+    int64_t o = 6 * simd::kBlockPairs * b;
+    misplaced(one(simd::KeyPixels24<0>(simd::Load(src + o), pattern)), o, 0);
   }
 #else
   uint8_t one[kPairs24 + 8];
