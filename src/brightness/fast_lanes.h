@@ -118,7 +118,7 @@ inline uint64_t KeyPixels24(V px, V pattern) {
 // marks; returns the key pixel bits.
 template <int kShift, class Keep, class Fn>
 inline uint64_t DrawBlock24(uint8_t *d, const uint8_t *s, int64_t o, V pattern, Keep keep, Fn fn) {
-  V px = Load(s + o);
+  V px = Loaded(s + o);
   uint64_t keys = KeyPixels24<kShift>(px, pattern);
   StoreBytes(d + o, fn(px), (~keep(keys) & kBlockBits) << kShift);
   return keys;
@@ -146,7 +146,7 @@ inline uint64_t EachBlock24(int64_t b0, int64_t b1, Fn fn) {
 // destination is apart from the source or the very same bytes.
 template <class Fn>
 inline int64_t MapVectors(uint8_t *d, const uint8_t *s, int64_t bytes, Fn fn) {
-  return EachVector(bytes, [&](int64_t o) { Store(d + o, fn(Load(s + o))); });
+  return EachVector(bytes, [&](int64_t o) { Store(d + o, fn(Loaded(s + o))); });
 }
 #endif  // __SSE2__
 

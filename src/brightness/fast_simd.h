@@ -142,6 +142,14 @@ inline constexpr bool kSimd = false;
 #endif
 
 #if defined(__SSE2__)
+// A vector loaded once into a register: the compiler would otherwise fold the load
+// into each of the vector's uses, loading the same bytes again for each.
+inline V Loaded(const uint8_t *p) {
+  V v = Load(p);
+  __asm__("" : "+x"(v));
+  return v;
+}
+
 // Every vector of a row of `bytes` bytes: fn(offset) for offsets 0, kBytes, ... while a
 // whole vector fits; returns the first offset not done.
 template <class Fn>

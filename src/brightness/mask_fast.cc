@@ -24,7 +24,7 @@ void MaskGroups1615(const RowArgs &r, Lanes lanes, Lane lane) {
 #if defined(__SSE2__)
   simd::V key = simd::Set16(Key16(r));
   done = simd::EachVector(n, [&](int64_t o) {
-    simd::V w = simd::Load(r.s + o);
+    simd::V w = simd::Loaded(r.s + o);
     simd::StoreUnlessEq16(r.d + o, lanes(w), w, key);
   });
 #else
@@ -97,7 +97,7 @@ void FastMaskLight32(const RowArgs &r) {
 #if defined(__SSE2__)
   simd::V key = simd::Set32(Key24(r)), colour = simd::Set32(kColourBytes), sv = simd::Set16(s);
   done = simd::EachVector(n, [&](int64_t o) {
-    simd::V w = simd::Load(r.s + o);
+    simd::V w = simd::Loaded(r.s + o);
     simd::StoreUnlessEq32(r.d + o, simd::And(simd::SatBytes(w, sv), colour), simd::And(w, colour),
                           key);
   });
@@ -119,7 +119,7 @@ void FastMaskDarkle32(const RowArgs &r) {
   simd::V kv = simd::Set32(key), colour = simd::Set32(kColourBytes), sv = simd::Set16(s),
           top = simd::Set32(0xFF000000u);
   done = simd::EachVector(Pairs(r) * 8, [&](int64_t o) {
-    simd::V w = simd::Load(r.s + o), c = simd::And(w, colour);
+    simd::V w = simd::Loaded(r.s + o), c = simd::And(w, colour);
     simd::V partner = simd::And(simd::SwapPairs32(simd::EqMask32(c, kv)), top);
     simd::StoreUnlessEq32(r.d + o, simd::AndNot(partner, simd::DarkleBytes(w, sv)), c, kv);
   });
