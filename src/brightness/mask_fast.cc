@@ -25,7 +25,7 @@ void MaskGroups1615(const RowArgs &r, Lanes lanes, Lane lane) {
   simd::V key = simd::Set16(Key16(r));
   done = simd::EachVector(n, [&](int64_t o) {
     simd::V w = simd::Loaded(r.s + o);
-    simd::StoreUnlessEq16(r.d + o, lanes(w), w, key);
+    simd::StoreUnlessEq16(r.d + o, w, key, [&] { return lanes(w); });
   });
 #else
   (void)lanes;
@@ -98,8 +98,8 @@ void FastMaskLight32(const RowArgs &r) {
   simd::V key = simd::Set32(Key24(r)), colour = simd::Set32(kColourBytes), sv = simd::Set16(s);
   done = simd::EachVector(n, [&](int64_t o) {
     simd::V w = simd::Loaded(r.s + o);
-    simd::StoreUnlessEq32(r.d + o, simd::And(simd::SatBytes(w, sv), colour), simd::And(w, colour),
-                          key);
+    simd::StoreUnlessEq32(r.d + o, simd::And(w, colour), key,
+                          [&] { return simd::And(simd::SatBytes(w, sv), colour); });
   });
 #endif
   MapRowKeyed<4>(r.d + done, r.s + done, (n - done) / 4, Key24(r), kColourBytes,
@@ -121,7 +121,8 @@ void FastMaskDarkle32(const RowArgs &r) {
   done = simd::EachVector(Pairs(r) * 8, [&](int64_t o) {
     simd::V w = simd::Loaded(r.s + o), c = simd::And(w, colour);
     simd::V partner = simd::And(simd::SwapPairs32(simd::EqMask32(c, kv)), top);
-    simd::StoreUnlessEq32(r.d + o, simd::AndNot(partner, simd::DarkleBytes(w, sv)), c, kv);
+    simd::StoreUnlessEq32(r.d + o, c, kv,
+                          [&] { return simd::AndNot(partner, simd::DarkleBytes(w, sv)); });
   });
 #endif
   MapPairs<4>(r.d + done, r.s + done, Pairs(r) - done / 8,
