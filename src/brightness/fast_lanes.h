@@ -120,7 +120,9 @@ template <int kShift, class Keep, class Fn>
 inline uint64_t DrawBlock24(uint8_t *d, const uint8_t *s, int64_t o, V pattern, Keep keep, Fn fn) {
   V px = Loaded(s + o);
   uint64_t keys = KeyPixels24<kShift>(px, pattern);
-  StoreBytes(d + o, fn(px), (~keep(keys) & kBlockBits) << kShift);
+  uint64_t bits = (~keep(keys) & kBlockBits) << kShift;
+  if (kBytes < 64 && bits == 0) return keys;  // all key: nothing to draw
+  StoreBytes(d + o, fn(px), bits);
   return keys;
 }
 
