@@ -23,8 +23,10 @@ using KeyFn = void(RKPIX_CALL *)(const RkSurface *, int32_t, int32_t, const RkSu
                                  int32_t, int32_t, int32_t, uint32_t, uint32_t);
 
 // Wide rows (the driver's rows are short): rows of 200 to 1400 pixels, keys planted in
-// runs, every level against the reference walk.
-template <auto Fn, int Bpp>
+// runs, every level against the reference walk. kInPlace: the destination is the
+// source rectangle itself (the members whose every output depends only on the source
+// at its place run such rows through their fast path too).
+template <auto Fn, int Bpp, bool kInPlace = false>
 std::string WideRows(rkt::Rng &rng) {
   rkt::World w;
   auto width = static_cast<int32_t>(rng.Range(200, 1400));
@@ -42,11 +44,12 @@ std::string WideRows(rkt::Rng &rng) {
   uint32_t level = rng.Chance(0.5) ? static_cast<uint32_t>(rng.Range(0, 600)) : rng.U32();
   auto x0 = static_cast<int32_t>(rng.Range(0, 3));
   auto wd = static_cast<int32_t>(width - x0 - rng.Range(0, 3));
+  RkSurface *to = kInPlace ? &src : &dst;
   return rkt::CompareLevels(w, [&] {
     if constexpr (std::is_same_v<decltype(Fn), KeyFn>) {
-      Fn(&dst, x0, 0, &src, x0, 0, wd, rows, level, key);
+      Fn(to, x0, 0, &src, x0, 0, wd, rows, level, key);
     } else {
-      Fn(&dst, x0, 0, &src, x0, 0, wd, rows, level);
+      Fn(to, x0, 0, &src, x0, 0, wd, rows, level);
     }
   });
 }
@@ -59,6 +62,13 @@ WIDE_ROWS(Light);
 WIDE_ROWS(Darkle);
 WIDE_ROWS(MaskLight);
 WIDE_ROWS(MaskDarkle);
+#define WIDE_IN_PLACE(fn)                                             \
+  RKT_DIFF(WideInPlace##fn##16, (WideRows<Rk##fn##16, 2, true>), 20); \
+  RKT_DIFF(WideInPlace##fn##15, (WideRows<Rk##fn##15, 2, true>), 20); \
+  RKT_DIFF(WideInPlace##fn##24, (WideRows<Rk##fn##24, 3, true>), 20); \
+  RKT_DIFF(WideInPlace##fn##32, (WideRows<Rk##fn##32, 4, true>), 20)
+WIDE_IN_PLACE(Light);
+WIDE_IN_PLACE(Darkle);
 
 // Values worked out by hand from the members' formulas (24 bits: 0xRRGGBB). `At`
 // {x, 0, x, 0, w}: the rectangle at column x of both surfaces.

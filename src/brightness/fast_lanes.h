@@ -118,31 +118,37 @@ inline uint64_t KeyPixels24(V px, V pattern) {
 // marks; returns the key pixel bits.
 template <int kShift, class Keep, class Fn>
 inline uint64_t DrawBlock24(uint8_t *d, const uint8_t *s, int64_t o, V pattern, Keep keep, Fn fn) {
-  V px = Load(s + o);
+  V px = Loaded(s + o);
   uint64_t keys = KeyPixels24<kShift>(px, pattern);
-  StoreBytes(d + o, fn(px), (~keep(keys) & kBlockBits) << kShift);
+  uint64_t bits = (~keep(keys) & kBlockBits) << kShift;
+  if (kBytes < 64 && bits == 0) return keys;  // all key: nothing to draw
+  StoreBytes(d + o, fn(px), bits);
   return keys;
 }
 
-// Visits blocks b0 .. b1 - 1. Where a block's write reads and rewrites the kBytes from
-// its start (past its own pairs), the even blocks go first and then the odd ones, so
-// that no block reads bytes its neighbour has just stored (a load that would wait for
-// that store).
-template <class Fn>
-inline void EachBlock24(int64_t b0, int64_t b1, Fn fn) {
+// fn(b) for blocks b0 .. b1 - 1; returns the bitwise or of what fn returns. Where a
+// block's write reads and rewrites the kBytes from its start (past its own pairs), the
+// even blocks go first and then the odd ones, so that no block reads bytes its
+// neighbour has just stored (a load that would wait for that store).
 #if defined(__AVX512BW__)
-  for (int64_t b = b0; b < b1; ++b) fn(b);
+inline constexpr int64_t kBlockPasses = 1;
 #else
-  for (int64_t b = b0; b < b1; b += 2) fn(b);
-  for (int64_t b = b0 + 1; b < b1; b += 2) fn(b);
+inline constexpr int64_t kBlockPasses = 2;
 #endif
+template <class Fn>
+inline uint64_t EachBlock24(int64_t b0, int64_t b1, Fn fn) {
+  uint64_t any = 0;
+  for (int64_t pass = 0; pass < kBlockPasses; ++pass) {
+    for (int64_t b = b0 + pass; b < b1; b += kBlockPasses) any |= fn(b);
+  }
+  return any;
 }
 
 // d[i] = fn(s[i]) for the whole vectors of `bytes`; returns the bytes done. The
 // destination is apart from the source or the very same bytes.
 template <class Fn>
 inline int64_t MapVectors(uint8_t *d, const uint8_t *s, int64_t bytes, Fn fn) {
-  return EachVector(bytes, [&](int64_t o) { Store(d + o, fn(Load(s + o))); });
+  return EachVector(bytes, [&](int64_t o) { Store(d + o, fn(Loaded(s + o))); });
 }
 #endif  // __SSE2__
 

@@ -51,12 +51,15 @@ inline V Select(V m, V a, V b) { return _mm512_ternarylogic_epi32(m, a, b, 0xCA)
 inline uint64_t EqBits8(V a, V b) { return _mm512_cmpeq_epi8_mask(a, b); }
 // Stores the bytes of v whose bit is set in `bits`; the others keep their value.
 inline void StoreBytes(uint8_t *p, V v, uint64_t bits) { _mm512_mask_storeu_epi8(p, bits, v); }
-// Stores the 16-bit (32-bit) lanes of v where a and b differ; the others keep their value.
-inline void StoreUnlessEq16(uint8_t *p, V v, V a, V b) {
-  _mm512_mask_storeu_epi16(p, _mm512_cmpneq_epi16_mask(a, b), v);
+// Stores the 16-bit (32-bit) lanes of value() where a and b differ; the others keep
+// their value. (The narrower levels skip a vector whose lanes are all equal.)
+template <class Fn>
+inline void StoreUnlessEq16(uint8_t *p, V a, V b, Fn value) {
+  _mm512_mask_storeu_epi16(p, _mm512_cmpneq_epi16_mask(a, b), value());
 }
-inline void StoreUnlessEq32(uint8_t *p, V v, V a, V b) {
-  _mm512_mask_storeu_epi32(p, _mm512_cmpneq_epi32_mask(a, b), v);
+template <class Fn>
+inline void StoreUnlessEq32(uint8_t *p, V a, V b, Fn value) {
+  _mm512_mask_storeu_epi32(p, _mm512_cmpneq_epi32_mask(a, b), value());
 }
 #elif defined(__SSE2__)
 // AVX2 and SSE2 differ only in width (and in Select).
@@ -129,11 +132,19 @@ inline V BitsToBytes(uint64_t bits) {
 inline void StoreBytes(uint8_t *p, V v, uint64_t bits) {
   Store(p, Select(BitsToBytes(bits), v, Load(p)));
 }
-inline void StoreUnlessEq16(uint8_t *p, V v, V a, V b) {
-  Store(p, Select(EqMask16(a, b), Load(p), v));
+// Lanes marked in eq keep the destination's value; nothing is stored where all are.
+template <class Fn>
+inline void StoreWhereNot(uint8_t *p, V eq, Fn value) {
+  if (static_cast<uint32_t>(RK_MM(movemask_epi8)(eq)) == (uint64_t{1} << kBytes) - 1) return;
+  Store(p, Select(eq, Load(p), value()));
 }
-inline void StoreUnlessEq32(uint8_t *p, V v, V a, V b) {
-  Store(p, Select(EqMask32(a, b), Load(p), v));
+template <class Fn>
+inline void StoreUnlessEq16(uint8_t *p, V a, V b, Fn value) {
+  StoreWhereNot(p, EqMask16(a, b), value);
+}
+template <class Fn>
+inline void StoreUnlessEq32(uint8_t *p, V a, V b, Fn value) {
+  StoreWhereNot(p, EqMask32(a, b), value);
 }
 #undef RK_MM
 #undef RK_SI
@@ -142,6 +153,14 @@ inline constexpr bool kSimd = false;
 #endif
 
 #if defined(__SSE2__)
+// A vector loaded once into a register: the compiler would otherwise fold the load
+// into each of the vector's uses, loading the same bytes again for each.
+inline V Loaded(const uint8_t *p) {
+  V v = Load(p);
+  __asm__("" : "+x"(v));
+  return v;
+}
+
 // Every vector of a row of `bytes` bytes: fn(offset) for offsets 0, kBytes, ... while a
 // whole vector fits; returns the first offset not done.
 template <class Fn>

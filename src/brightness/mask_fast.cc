@@ -24,8 +24,8 @@ void MaskGroups1615(const RowArgs &r, Lanes lanes, Lane lane) {
 #if defined(__SSE2__)
   simd::V key = simd::Set16(Key16(r));
   done = simd::EachVector(n, [&](int64_t o) {
-    simd::V w = simd::Load(r.s + o);
-    simd::StoreUnlessEq16(r.d + o, lanes(w), w, key);
+    simd::V w = simd::Loaded(r.s + o);
+    simd::StoreUnlessEq16(r.d + o, w, key, [&] { return lanes(w); });
   });
 #else
   (void)lanes;
@@ -73,7 +73,7 @@ void FastMaskLight24(const RowArgs &r) {
   simd::V pattern = simd::KeyPattern24<0>(Key24(r));
   int64_t full = simd::FullBlocks24(Pairs(r)), tail = simd::TailBlock24(Pairs(r));
   simd::EachBlock24(0, full, [&](int64_t b) {
-    simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw);
+    return simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw);
   });
   done = full * simd::kBlockPairs;
   if (done < Pairs(r) && tail >= 0) {
@@ -97,9 +97,9 @@ void FastMaskLight32(const RowArgs &r) {
 #if defined(__SSE2__)
   simd::V key = simd::Set32(Key24(r)), colour = simd::Set32(kColourBytes), sv = simd::Set16(s);
   done = simd::EachVector(n, [&](int64_t o) {
-    simd::V w = simd::Load(r.s + o);
-    simd::StoreUnlessEq32(r.d + o, simd::And(simd::SatBytes(w, sv), colour), simd::And(w, colour),
-                          key);
+    simd::V w = simd::Loaded(r.s + o);
+    simd::StoreUnlessEq32(r.d + o, simd::And(w, colour), key,
+                          [&] { return simd::And(simd::SatBytes(w, sv), colour); });
   });
 #endif
   MapRowKeyed<4>(r.d + done, r.s + done, (n - done) / 4, Key24(r), kColourBytes,
@@ -119,9 +119,10 @@ void FastMaskDarkle32(const RowArgs &r) {
   simd::V kv = simd::Set32(key), colour = simd::Set32(kColourBytes), sv = simd::Set16(s),
           top = simd::Set32(0xFF000000u);
   done = simd::EachVector(Pairs(r) * 8, [&](int64_t o) {
-    simd::V w = simd::Load(r.s + o), c = simd::And(w, colour);
+    simd::V w = simd::Loaded(r.s + o), c = simd::And(w, colour);
     simd::V partner = simd::And(simd::SwapPairs32(simd::EqMask32(c, kv)), top);
-    simd::StoreUnlessEq32(r.d + o, simd::AndNot(partner, simd::DarkleBytes(w, sv)), c, kv);
+    simd::StoreUnlessEq32(r.d + o, c, kv,
+                          [&] { return simd::AndNot(partner, simd::DarkleBytes(w, sv)); });
   });
 #endif
   MapPairs<4>(r.d + done, r.s + done, Pairs(r) - done / 8,
@@ -133,11 +134,12 @@ void FastMaskDarkle32(const RowArgs &r) {
 }
 
 // RkMaskDarkle24: the odd last pixel and the misread first pair through the shared
-// steps, then the other pairs from the right. Where the level has vectors, blocks of
-// pairs go leftwards: each draws its pairs of two non-key pixels at their own place,
-// then its pairs with one key pixel write their misplaced bytes, which lie on pairs
-// further right (drawn before them in the walk) or past the row. Elsewhere the same
-// in chunks of the plain loops.
+// steps, then the other pairs. Every pair of two non-key pixels is drawn at its own
+// place first; then the pairs with one key pixel write their misplaced bytes, from the
+// right. Those bytes lie right of their pair, on pairs the walk draws before it or
+// past the row, so this is the walk's result. Where the level has vectors the pairs go
+// in blocks (the keys found again only in a row that has such a pair); elsewhere in
+// chunks of the plain loops, from the right.
 void FastMaskDarkle24(const RowArgs &r) {
   Row<RawMem> raw = Raw(r);
   uint32_t s = r.a;
@@ -163,31 +165,21 @@ void FastMaskDarkle24(const RowArgs &r) {
     }
   };
   simd::V pattern = simd::KeyPattern24<0>(Key24(r));
-  int64_t full = simd::FullBlocks24(h), tail = simd::TailBlock24(h);
-  if (full * simd::kBlockPairs < h) {
-    if (tail >= 0) {
-      int64_t from = tail + simd::kTailShift;
-      simd::V tailPattern = simd::KeyPattern24<simd::kTailShift>(Key24(r));
-      misplaced(one(simd::DrawBlock24<simd::kTailShift>(dst, src, tail, tailPattern, keep, draw)),
-                from, full * simd::kBlockPairs);
-    } else {
-      for (int64_t n = h; n > 0; --n) MaskDarkle24Pair(raw, n, false);
-    }
+  int64_t full = simd::FullBlocks24(h), tail = simd::TailBlock24(h), lo = full * simd::kBlockPairs;
+  uint64_t any = simd::EachBlock24(0, full, [&](int64_t b) {
+    return one(simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw));
+  });
+  if (lo < h && tail >= 0) {
+    simd::V tailPattern = simd::KeyPattern24<simd::kTailShift>(Key24(r));
+    uint64_t ones =
+        one(simd::DrawBlock24<simd::kTailShift>(dst, src, tail, tailPattern, keep, draw));
+    misplaced(ones, tail + simd::kTailShift, lo);
+  } else {
+    for (int64_t n = h; n > lo; --n) MaskDarkle24Pair(raw, n, false);
   }
-  // Chunks of blocks from the right; a chunk's misplaced writes follow all its draws
-  // (their bytes lie right of their pairs). They are rare: the keys are found again
-  // only in a chunk that has one.
-  constexpr int64_t kChunk = 32;
-  for (int64_t b1 = full; b1 > 0; b1 -= kChunk) {
-    int64_t b0 = std::max<int64_t>(b1 - kChunk, 0);
-    uint64_t any = 0;
-    simd::EachBlock24(b0, b1, [&](int64_t b) {
-      any |= one(simd::DrawBlock24<0>(dst, src, 6 * simd::kBlockPairs * b, pattern, keep, draw));
-    });
-    for (int64_t b = b1 - 1; any != 0 && b >= b0; --b) {
-      int64_t o = 6 * simd::kBlockPairs * b;
-      misplaced(one(simd::KeyPixels24<0>(simd::Load(src + o), pattern)), o, 0);
-    }
+  for (int64_t b = full - 1; any != 0 && b >= 0; --b) {
+    int64_t o = 6 * simd::kBlockPairs * b;
+    misplaced(one(simd::KeyPixels24<0>(simd::Load(src + o), pattern)), o, 0);
   }
 #else
   uint8_t one[kPairs24 + 8];
