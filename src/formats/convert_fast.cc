@@ -281,6 +281,50 @@ void HighPlanesWalk(const ConvArgs &a) {
               a.s[2] + 2 * i);
 }
 
+// Colour words (B, G, R, any) packed into 16-bit pixels as the Color16 and
+// Color15 members pack them, 16 a step: R's top five bits in bits 15..11 (RShift
+// 8), or R >> 1 under the same mask, its top four bits in 14..11 (RShift 9); G's
+// six top bits in 10..5 and B's five in 4..0. The rest by the member's formula.
+template <class K, int RShift>
+void PackWords(uint8_t *out, const uint8_t *in, size_t n) {
+  auto pack8 = [](__m256i w) {
+    __m256i r = _mm256_and_si256(_mm256_srli_epi32(w, RShift),
+                                 _mm256_set1_epi32((0xF8 >> (RShift - 8) & 0xF8) << 8));
+    __m256i g = _mm256_and_si256(_mm256_srli_epi32(w, 5), _mm256_set1_epi32(0x7E0));
+    __m256i b = _mm256_and_si256(_mm256_srli_epi32(w, 3), _mm256_set1_epi32(0x1F));
+    return _mm256_or_si256(_mm256_or_si256(r, g), b);
+  };
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m256i *p = reinterpret_cast<const __m256i *>(in + 4 * i);
+    // The pack interleaves the halves' lanes; the permute puts pixels 0..15 in order.
+    __m256i px =
+        _mm256_packus_epi32(pack8(_mm256_loadu_si256(p)), pack8(_mm256_loadu_si256(p + 1)));
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 2 * i),
+                        _mm256_permute4x64_epi64(px, 0xD8));
+  }
+  for (; i < n; ++i) StoreLE<2>(out + 2 * i, K::Map(LoadLE<4>(in + 4 * i)));
+}
+// Color32 or Color24 (at its 5-byte stride, through 32-bit words a block at a time)
+// to Color16 or Color15.
+template <class K, int RShift>
+void PackWalk(const ConvArgs &a) {
+  constexpr Arr in = K::kSrc[0];
+  const uint8_t *s = a.s[0] + in.first;
+  const size_t n = a.count;
+  if constexpr (in.bytes == 4) {
+    PackWords<K, RShift>(a.d[0], s, n);
+  } else {
+    constexpr size_t kBlock = 256;
+    alignas(32) uint32_t words[kBlock];
+    for (size_t at = 0; at < n; at += kBlock) {
+      const size_t m = std::min(kBlock, n - at);
+      LoadTriples<in.stride>(words, s + in.stride * at, m, in.stride * (n - at) - (in.stride - 3));
+      PackWords<K, RShift>(a.d[0] + 2 * at, reinterpret_cast<const uint8_t *>(words), m);
+    }
+  }
+}
+
 // Light to Color16, 16 elements a step: the lower element of each pair read back
 // (255 and more read as 255), the upper one modulo 256, each as a grey Color16
 // pixel. An odd count's last element goes through the member's own walk.
@@ -367,6 +411,10 @@ RK_FAST_FAMILY(convert) {
   t.Set(KernelId::RkBitConvertRGBLight16ToColor24,
         &conv::HighPlanesWalk<conv::RGBLight16ToColor24, conv::Level5Bytes16>);
   t.Set(KernelId::RkBitConvertLightToColor16, &conv::LightToColor16Walk);
+  t.Set(KernelId::RkBitConvertColor32ToColor16, &conv::PackWalk<conv::Color32ToColor16, 8>);
+  t.Set(KernelId::RkBitConvertColor32ToColor15, &conv::PackWalk<conv::Color32ToColor15, 9>);
+  t.Set(KernelId::RkBitConvertColor24ToColor16, &conv::PackWalk<conv::Color24ToColor16, 8>);
+  t.Set(KernelId::RkBitConvertColor24ToColor15, &conv::PackWalk<conv::Color24ToColor15, 9>);
 #endif
 #endif
 }
