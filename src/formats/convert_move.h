@@ -196,6 +196,21 @@ inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t reada
                                         reinterpret_cast<const __m128i *>(p));
       _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), _mm256_shuffle_epi8(raw, spread));
     }
+  } else {
+    // Six elements a step, three from each of two 16-byte windows (their last
+    // element ends 3 bytes before the window's end), closed up into six words; the
+    // step stores eight words, the last two written again by the next step.
+    const __m256i spread =
+        _mm256_setr_epi8(0, 1, 2, -1, 5, 6, 7, -1, 10, 11, 12, -1, -1, -1, -1, -1,  //
+                         0, 1, 2, -1, 5, 6, 7, -1, 10, 11, 12, -1, -1, -1, -1, -1);
+    const __m256i close = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+    for (; i + 8 <= n && 5 * i + 31 <= readable; i += 6) {
+      const uint8_t *p = in + 5 * i;
+      __m256i raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(p + 15),
+                                        reinterpret_cast<const __m128i *>(p));
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i),
+                          _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(raw, spread), close));
+    }
   }
 #endif
   for (; i + 8 <= n && Stride * i + 3 * pair + 8 <= readable; i += 8) {
