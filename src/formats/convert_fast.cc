@@ -325,6 +325,51 @@ void PackWalk(const ConvArgs &a) {
   }
 }
 
+// Color16 and Color15 pixels spread to colour words (B, G, R, 0) as the members
+// to Color32 and Color24 spread them, 16 a step: B = the low field shifted up by 3,
+// G and R the pixel shifted down and masked (G: >> 3 & 0xFC for six bits, >> 2 &
+// 0xF8 for five; R: >> 8 under 0xF8 or, to Color24 from Color16, 0x7C; >> 7 & 0xF8
+// from Color15). `first` gets pixels 0..7, `second` 8..15.
+template <int GShift, int GMask, int RShift, int RMask>
+inline void SpreadWords16(__m256i v, __m256i &first, __m256i &second) {
+  __m256i b = _mm256_and_si256(_mm256_slli_epi16(v, 3), _mm256_set1_epi16(0xFF));
+  __m256i g = _mm256_and_si256(_mm256_srli_epi16(v, GShift), _mm256_set1_epi16(GMask));
+  __m256i r = _mm256_and_si256(_mm256_srli_epi16(v, RShift), _mm256_set1_epi16(RMask));
+  __m256i bg = _mm256_or_si256(b, _mm256_slli_epi16(g, 8));
+  // The unpacks work within 128-bit lanes: pixels 0..3 and 8..11, 4..7 and 12..15.
+  __m256i lo = _mm256_unpacklo_epi16(bg, r), hi = _mm256_unpackhi_epi16(bg, r);
+  first = _mm256_permute2x128_si256(lo, hi, 0x20);
+  second = _mm256_permute2x128_si256(lo, hi, 0x31);
+}
+template <class K, int GShift, int GMask, int RShift, int RMask>
+void SpreadWalk(const ConvArgs &a) {
+  constexpr Arr out = K::kDst[0];
+  const size_t n = a.count;
+  const uint8_t *in = a.s[0];
+  uint8_t *d = a.d[0] + out.first;
+  auto load = [in](size_t i) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 2 * i));
+  };
+  size_t i = 0;
+  if constexpr (out.bytes == 4) {
+    for (; i + 16 <= n; i += 16) {
+      __m256i w[2];
+      SpreadWords16<GShift, GMask, RShift, RMask>(load(i), w[0], w[1]);
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 4 * i), w[0]);
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 4 * i + 32), w[1]);
+    }
+  } else {
+    static_assert(out.stride == 5);
+    for (; i + 32 <= n && 5 * i + 160 <= 5 * n - 2; i += 32) {
+      __m256i w[4];
+      SpreadWords16<GShift, GMask, RShift, RMask>(load(i), w[0], w[1]);
+      SpreadWords16<GShift, GMask, RShift, RMask>(load(i + 16), w[2], w[3]);
+      StoreTriples32At5(d + 5 * i, w);
+    }
+  }
+  FastLoop<K>(n - i, a.d[0] + out.stride * i, nullptr, nullptr, in + 2 * i, nullptr, nullptr);
+}
+
 // Light to Color16, 16 elements a step: the lower element of each pair read back
 // (255 and more read as 255), the upper one modulo 256, each as a grey Color16
 // pixel. An odd count's last element goes through the member's own walk.
@@ -415,6 +460,14 @@ RK_FAST_FAMILY(convert) {
   t.Set(KernelId::RkBitConvertColor32ToColor15, &conv::PackWalk<conv::Color32ToColor15, 9>);
   t.Set(KernelId::RkBitConvertColor24ToColor16, &conv::PackWalk<conv::Color24ToColor16, 8>);
   t.Set(KernelId::RkBitConvertColor24ToColor15, &conv::PackWalk<conv::Color24ToColor15, 9>);
+  t.Set(KernelId::RkBitConvertColor16ToColor32,
+        &conv::SpreadWalk<conv::Color16ToColor32, 3, 0xFC, 8, 0xF8>);
+  t.Set(KernelId::RkBitConvertColor16ToColor24,
+        &conv::SpreadWalk<conv::Color16ToColor24, 3, 0xFC, 8, 0x7C>);
+  t.Set(KernelId::RkBitConvertColor15ToColor32,
+        &conv::SpreadWalk<conv::Color15ToColor32, 2, 0xF8, 7, 0xF8>);
+  t.Set(KernelId::RkBitConvertColor15ToColor24,
+        &conv::SpreadWalk<conv::Color15ToColor24, 2, 0xF8, 7, 0xF8>);
 #endif
 #endif
 }

@@ -238,10 +238,10 @@ inline void StoreTriples8(uint8_t *out, __m256i v) {
   _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 16), _mm256_extracti128_si256(v, 1));
 }
 
-// 32 elements at a stride of 5 as five whole 32-byte vectors. Each 128-bit lane
-// of the output holds bytes of at most four consecutive elements, from the one its
-// first byte belongs to; their words are gathered into the lane and shuffled into
-// place, and the gap bytes are read and written back unchanged.
+// 32 elements (four vectors of words) at a stride of 5 as five whole 32-byte vectors. Each 128-bit
+// lane of the output holds bytes of at most four consecutive elements, from the one its first byte
+// belongs to; their words are gathered into the lane and shuffled into place, and the gap bytes are
+// read and written back unchanged.
 struct Stride5Tables {
   int8_t place[160];  // byte of the lane's words for each output byte, -1 for a gap
   int8_t gap[160];    // -1 for a gap byte
@@ -255,11 +255,8 @@ constexpr Stride5Tables MakeStride5Tables() {
   }
   return t;
 }
-inline void StoreTriples32At5(uint8_t *out, const uint32_t *in) {
+inline void StoreTriples32At5(uint8_t *out, const __m256i (&v)[4]) {
   alignas(32) static constexpr Stride5Tables kT = MakeStride5Tables();
-  __m256i v[4];
-  for (int q = 0; q < 4; ++q)
-    v[q] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 8 * q));
   auto idx = [](int a, int b, int c, int d, int e, int f, int g, int h) {
     return _mm256_setr_epi32(a, b, c, d, e, f, g, h);
   };
@@ -300,7 +297,11 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t tota
     }
   } else {
     for (; i + 32 <= n && 5 * i + 160 <= bytes; i += 32) {
-      StoreTriples32At5(out + 5 * i, in + i);
+      __m256i v[4];
+      for (int q = 0; q < 4; ++q) {
+        v[q] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + i + 8 * q));
+      }
+      StoreTriples32At5(out + 5 * i, v);
     }
   }
 #endif
