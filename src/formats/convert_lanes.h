@@ -1,0 +1,146 @@
+// Conversions of 16-bit elements to 16-bit elements written once over vectors of
+// 16-bit lanes, for every x86-64 level: `Lanes` gives the level's widest vector
+// and the few operations the formulas need (SSE2, AVX2 or AVX-512BW).
+#pragma once
+
+#include "formats/convert_grey.h"
+
+#if RK_TRIPLE_MOVES
+
+RK_NS_BEGIN
+namespace conv {
+
+#if RK_TRIPLE_MOVES_512
+struct Lanes {
+  using V = __m512i;
+  static constexpr size_t kCount = 32;
+  static V Load(const uint8_t *p) { return _mm512_loadu_si512(p); }
+  static void Store(uint8_t *p, V v) { _mm512_storeu_si512(p, v); }
+  static V Set(int v) { return _mm512_set1_epi16(static_cast<int16_t>(v)); }
+  static V And(V a, V b) { return _mm512_and_si512(a, b); }
+  static V Or(V a, V b) { return _mm512_or_si512(a, b); }
+  static V Add(V a, V b) { return _mm512_add_epi16(a, b); }
+  static V MulHi(V a, V b) { return _mm512_mulhi_epu16(a, b); }
+  template <int N>
+  static V Shl(V a) {
+    return _mm512_slli_epi16(a, N);
+  }
+  template <int N>
+  static V Shr(V a) {
+    return _mm512_srli_epi16(a, N);
+  }
+  static V Min(V a, V b) { return _mm512_min_epu16(a, b); }
+  static V OddFrom(V even, V odd) { return _mm512_mask_mov_epi16(even, 0xAAAAAAAA, odd); }
+};
+#elif defined(__AVX2__)
+struct Lanes {
+  using V = __m256i;
+  static constexpr size_t kCount = 16;
+  static V Load(const uint8_t *p) { return _mm256_loadu_si256(reinterpret_cast<const V *>(p)); }
+  static void Store(uint8_t *p, V v) { _mm256_storeu_si256(reinterpret_cast<V *>(p), v); }
+  static V Set(int v) { return _mm256_set1_epi16(static_cast<int16_t>(v)); }
+  static V And(V a, V b) { return _mm256_and_si256(a, b); }
+  static V Or(V a, V b) { return _mm256_or_si256(a, b); }
+  static V Add(V a, V b) { return _mm256_add_epi16(a, b); }
+  static V MulHi(V a, V b) { return _mm256_mulhi_epu16(a, b); }
+  template <int N>
+  static V Shl(V a) {
+    return _mm256_slli_epi16(a, N);
+  }
+  template <int N>
+  static V Shr(V a) {
+    return _mm256_srli_epi16(a, N);
+  }
+  static V Min(V a, V b) { return _mm256_min_epu16(a, b); }
+  static V OddFrom(V even, V odd) { return _mm256_blend_epi16(even, odd, 0xAA); }
+};
+#else
+struct Lanes {
+  using V = __m128i;
+  static constexpr size_t kCount = 8;
+  static V Load(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const V *>(p)); }
+  static void Store(uint8_t *p, V v) { _mm_storeu_si128(reinterpret_cast<V *>(p), v); }
+  static V Set(int v) { return _mm_set1_epi16(static_cast<int16_t>(v)); }
+  static V And(V a, V b) { return _mm_and_si128(a, b); }
+  static V Or(V a, V b) { return _mm_or_si128(a, b); }
+  static V Add(V a, V b) { return _mm_add_epi16(a, b); }
+  static V MulHi(V a, V b) { return _mm_mulhi_epu16(a, b); }
+  template <int N>
+  static V Shl(V a) {
+    return _mm_slli_epi16(a, N);
+  }
+  template <int N>
+  static V Shr(V a) {
+    return _mm_srli_epi16(a, N);
+  }
+  // Unsigned minimum from a saturating subtraction: a - max(a - b, 0).
+  static V Min(V a, V b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
+  static V OddFrom(V even, V odd) {
+    const V oddLanes = _mm_set1_epi32(static_cast<int>(0xFFFF0000));
+    return _mm_or_si128(_mm_andnot_si128(oddLanes, even), _mm_and_si128(oddLanes, odd));
+  }
+};
+#endif
+using V16 = Lanes::V;
+
+// Color15 to Light. A pair's word of two 16-bit lanes (Color15ToLight::Lanes)
+// carries at most 1 out of the lower lane, into bit 16; every weight is a multiple
+// of 8, so the upper lane's sum is a multiple of 8 and the carry never reaches its
+// bits 8..15. Each element's level is therefore bits 8..15 of its own sum, i.e.
+// (t >> 5) & 0xFF with t = 77 (bits 4..0) + 29 (bits 14..10) + 150 (bits 10..5),
+// below 2^14; a lone element (the lower lane alone) gives the same. Half of each
+// element's sum, h = 308 a + 116 b + 600 c (at most 50944), is formed with
+// high-half products of fields moved to the top of the word, and the level is
+// (h >> 7) & 0xFF.
+struct Light15Lanes {
+  using Member = Color15ToLight;
+  static V16 Convert(V16 v) {
+    using L = Lanes;
+    // a x 2048, b x 1024, c x 1024.
+    V16 a = L::Shl<11>(v), b = L::And(v, L::Set(0x7C00)), c = L::And(L::Shl<5>(v), L::Set(0xFC00));
+    V16 h = L::Add(L::MulHi(a, L::Set(308 * 32)), L::MulHi(b, L::Set(116 * 64)));
+    h = L::Add(h, L::MulHi(c, L::Set(600 * 64)));
+    return L::And(L::Shr<7>(h), L::Set(0xFF));
+  }
+};
+
+// Light to Color16: the lower element of each pair read back (255 and more read as
+// 255), the upper one modulo 256, each as a grey Color16 pixel.
+struct LightToColor16Lanes {
+  using Member = LightToColor16;
+  static V16 Convert(V16 e) {
+    using L = Lanes;
+    V16 t = L::OddFrom(L::Min(e, L::Set(255)), L::And(e, L::Set(0xFF)));
+    V16 r = L::Shl<8>(L::And(t, L::Set(0xF8))), g = L::Shl<5>(L::Shr<2>(t)), b = L::Shr<3>(t);
+    return L::Or(L::Or(r, g), b);
+  }
+};
+
+// 16-bit elements to 16-bit elements, whole vectors a step (an even number of
+// elements, so pairs stay pairs) from a source address at a vector boundary when
+// an even number of elements leads to one; the elements before and after, an odd
+// count's last element among them, through the member's own walk.
+template <class C>
+void LanesWalk(const ConvArgs &a) {
+  using K = typename C::Member;
+  const size_t n = a.count;
+  const uint8_t *in = a.s[0];
+  uint8_t *out = a.d[0];
+  size_t i = 0;
+  if (const size_t ahead = (0 - reinterpret_cast<uintptr_t>(in)) & (sizeof(V16) - 1);
+      ahead % 4 == 0) {
+    i = std::min(ahead / 2, n & ~size_t{1});
+    FastLoop<K>(i, out, nullptr, nullptr, in, nullptr, nullptr);
+  }
+  for (; i + 2 * Lanes::kCount <= n; i += 2 * Lanes::kCount) {
+    V16 x = Lanes::Load(in + 2 * i), y = Lanes::Load(in + 2 * i + 2 * Lanes::kCount);
+    Lanes::Store(out + 2 * i, C::Convert(x));
+    Lanes::Store(out + 2 * i + 2 * Lanes::kCount, C::Convert(y));
+  }
+  FastLoop<K>(n - i, out + 2 * i, nullptr, nullptr, in + 2 * i, nullptr, nullptr);
+}
+
+}  // namespace conv
+RK_NS_END
+
+#endif
