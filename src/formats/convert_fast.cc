@@ -204,95 +204,6 @@ void HighPlanesWalk(const ConvArgs &a) {
               a.s[2] + 2 * i);
 }
 
-// Colour words (B, G, R, any) packed into 16-bit pixels as the Color16 and
-// Color15 members pack them, 16 a step: R's top five bits in bits 15..11 (RShift
-// 8), or R >> 1 under the same mask, its top four bits in 14..11 (RShift 9); G's
-// six top bits in 10..5 and B's five in 4..0. The rest by the member's formula.
-template <class K, int RShift>
-void PackWords(uint8_t *out, const uint8_t *in, size_t n) {
-  auto pack8 = [](__m256i w) {
-    __m256i r = _mm256_and_si256(_mm256_srli_epi32(w, RShift),
-                                 _mm256_set1_epi32((0xF8 >> (RShift - 8) & 0xF8) << 8));
-    __m256i g = _mm256_and_si256(_mm256_srli_epi32(w, 5), _mm256_set1_epi32(0x7E0));
-    __m256i b = _mm256_and_si256(_mm256_srli_epi32(w, 3), _mm256_set1_epi32(0x1F));
-    return _mm256_or_si256(_mm256_or_si256(r, g), b);
-  };
-  size_t i = 0;
-  for (; i + 16 <= n; i += 16) {
-    const __m256i *p = reinterpret_cast<const __m256i *>(in + 4 * i);
-    // The pack interleaves the halves' lanes; the permute puts pixels 0..15 in order.
-    __m256i px =
-        _mm256_packus_epi32(pack8(_mm256_loadu_si256(p)), pack8(_mm256_loadu_si256(p + 1)));
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 2 * i),
-                        _mm256_permute4x64_epi64(px, 0xD8));
-  }
-  for (; i < n; ++i) StoreLE<2>(out + 2 * i, K::Map(LoadLE<4>(in + 4 * i)));
-}
-// Color32 or Color24 (at its 5-byte stride, through 32-bit words a block at a time)
-// to Color16 or Color15.
-template <class K, int RShift>
-void PackWalk(const ConvArgs &a) {
-  constexpr Arr in = K::kSrc[0];
-  const uint8_t *s = a.s[0] + in.first;
-  const size_t n = a.count;
-  if constexpr (in.bytes == 4) {
-    PackWords<K, RShift>(a.d[0], s, n);
-  } else {
-    constexpr size_t kBlock = 256;
-    alignas(32) uint32_t words[kBlock];
-    for (size_t at = 0; at < n; at += kBlock) {
-      const size_t m = std::min(kBlock, n - at);
-      LoadTriples<in.stride>(words, s + in.stride * at, m, in.stride * (n - at) - (in.stride - 3));
-      PackWords<K, RShift>(a.d[0] + 2 * at, reinterpret_cast<const uint8_t *>(words), m);
-    }
-  }
-}
-
-// Color16 and Color15 pixels spread to colour words (B, G, R, 0) as the members
-// to Color32 and Color24 spread them, 16 a step: B = the low field shifted up by 3,
-// G and R the pixel shifted down and masked (G: >> 3 & 0xFC for six bits, >> 2 &
-// 0xF8 for five; R: >> 8 under 0xF8 or, to Color24 from Color16, 0x7C; >> 7 & 0xF8
-// from Color15). `first` gets pixels 0..7, `second` 8..15.
-template <int GShift, int GMask, int RShift, int RMask>
-inline void SpreadWords16(__m256i v, __m256i &first, __m256i &second) {
-  __m256i b = _mm256_and_si256(_mm256_slli_epi16(v, 3), _mm256_set1_epi16(0xFF));
-  __m256i g = _mm256_and_si256(_mm256_srli_epi16(v, GShift), _mm256_set1_epi16(GMask));
-  __m256i r = _mm256_and_si256(_mm256_srli_epi16(v, RShift), _mm256_set1_epi16(RMask));
-  __m256i bg = _mm256_or_si256(b, _mm256_slli_epi16(g, 8));
-  // The unpacks work within 128-bit lanes: pixels 0..3 and 8..11, 4..7 and 12..15.
-  __m256i lo = _mm256_unpacklo_epi16(bg, r), hi = _mm256_unpackhi_epi16(bg, r);
-  first = _mm256_permute2x128_si256(lo, hi, 0x20);
-  second = _mm256_permute2x128_si256(lo, hi, 0x31);
-}
-template <class K, int GShift, int GMask, int RShift, int RMask>
-void SpreadWalk(const ConvArgs &a) {
-  constexpr Arr out = K::kDst[0];
-  const size_t n = a.count;
-  const uint8_t *in = a.s[0];
-  uint8_t *d = a.d[0] + out.first;
-  auto load = [in](size_t i) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 2 * i));
-  };
-  size_t i = 0;
-  if constexpr (out.bytes == 4) {
-    for (; i + 16 <= n; i += 16) {
-      __m256i w[2];
-      SpreadWords16<GShift, GMask, RShift, RMask>(load(i), w[0], w[1]);
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 4 * i), w[0]);
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 4 * i + 32), w[1]);
-    }
-  } else {
-    static_assert(out.stride == 5);
-    for (; i + 32 <= n && 5 * i + 160 <= 5 * n - 2; i += 32) {
-      __m256i w[4];
-      SpreadWords16<GShift, GMask, RShift, RMask>(load(i), w[0], w[1]);
-      SpreadWords16<GShift, GMask, RShift, RMask>(load(i + 16), w[2], w[3]);
-      StoreTriples32At5(d + 5 * i, w);
-    }
-  }
-  FastLoop<K>(n - i, a.d[0] + out.stride * i, nullptr, nullptr, in + 2 * i, nullptr, nullptr);
-}
-
 #endif
 
 // Color24 (InBytes 3) or Color32 pixels to grey levels, eight or sixteen a step;
@@ -351,17 +262,6 @@ RK_FAST_FAMILY(convert) {
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey24Walk<2>);
 #elif RK_TRIPLE_MOVES
-  t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::GreyWalk<3, 1>);
-  t.Set(KernelId::RkBitConvertColor24ToLight, &conv::GreyWalk<3, 2>);
-  t.Set(KernelId::RkBitConvertColor32ToTrans, &conv::GreyWalk<4, 1>);
-  t.Set(KernelId::RkBitConvertColor32ToLight, &conv::GreyWalk<4, 2>);
-#if defined(__AVX2__)
-  t.Set(KernelId::RkBitConvertTransToColor24, &conv::GreyTriplesWalk<conv::TransToColor24>);
-  t.Set(KernelId::RkBitConvertLightToColor24, &conv::GreyTriplesWalk<conv::LightToColor24>);
-  t.Set(KernelId::RkBitConvertRGBLight16ToColor32,
-        &conv::HighPlanesWalk<conv::RGBLight16ToColor32, conv::HighBytes16>);
-  t.Set(KernelId::RkBitConvertRGBLight16ToColor24,
-        &conv::HighPlanesWalk<conv::RGBLight16ToColor24, conv::Level5Bytes16>);
   t.Set(KernelId::RkBitConvertColor32ToColor16, &conv::PackWalk<conv::Color32ToColor16, 8>);
   t.Set(KernelId::RkBitConvertColor32ToColor15, &conv::PackWalk<conv::Color32ToColor15, 9>);
   t.Set(KernelId::RkBitConvertColor24ToColor16, &conv::PackWalk<conv::Color24ToColor16, 8>);
@@ -374,6 +274,17 @@ RK_FAST_FAMILY(convert) {
         &conv::SpreadWalk<conv::Color15ToColor32, 2, 0xF8, 7, 0xF8>);
   t.Set(KernelId::RkBitConvertColor15ToColor24,
         &conv::SpreadWalk<conv::Color15ToColor24, 2, 0xF8, 7, 0xF8>);
+  t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::GreyWalk<3, 1>);
+  t.Set(KernelId::RkBitConvertColor24ToLight, &conv::GreyWalk<3, 2>);
+  t.Set(KernelId::RkBitConvertColor32ToTrans, &conv::GreyWalk<4, 1>);
+  t.Set(KernelId::RkBitConvertColor32ToLight, &conv::GreyWalk<4, 2>);
+#if defined(__AVX2__)
+  t.Set(KernelId::RkBitConvertTransToColor24, &conv::GreyTriplesWalk<conv::TransToColor24>);
+  t.Set(KernelId::RkBitConvertLightToColor24, &conv::GreyTriplesWalk<conv::LightToColor24>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor32,
+        &conv::HighPlanesWalk<conv::RGBLight16ToColor32, conv::HighBytes16>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor24,
+        &conv::HighPlanesWalk<conv::RGBLight16ToColor24, conv::Level5Bytes16>);
 #endif
 #endif
 }

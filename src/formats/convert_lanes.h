@@ -53,6 +53,20 @@ struct Lanes {
   }
   static V Min(V a, V b) { return _mm256_min_epu16(a, b); }
   static V OddFrom(V even, V odd) { return _mm256_blend_epi16(even, odd, 0xAA); }
+  static V Set32(uint32_t v) { return _mm256_set1_epi32(static_cast<int>(v)); }
+  template <int N>
+  static V Shr32(V a) {
+    return _mm256_srli_epi32(a, N);
+  }
+  // 32-bit lanes below 2^16 of a, then b, as 16-bit lanes in order (the pack
+  // interleaves the 128-bit halves; the permute puts them back).
+  static V Pack32(V a, V b) { return _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8); }
+  // 32-bit lanes (low[k], high[k]) for k in order, the first half of them in `first`.
+  static void Zip16(V low, V high, V &first, V &second) {
+    V lo = _mm256_unpacklo_epi16(low, high), hi = _mm256_unpackhi_epi16(low, high);
+    first = _mm256_permute2x128_si256(lo, hi, 0x20);
+    second = _mm256_permute2x128_si256(lo, hi, 0x31);
+  }
 };
 #else
 struct Lanes {
@@ -78,6 +92,21 @@ struct Lanes {
   static V OddFrom(V even, V odd) {
     const V oddLanes = _mm_set1_epi32(static_cast<int>(0xFFFF0000));
     return _mm_or_si128(_mm_andnot_si128(oddLanes, even), _mm_and_si128(oddLanes, odd));
+  }
+  static V Set32(uint32_t v) { return _mm_set1_epi32(static_cast<int>(v)); }
+  template <int N>
+  static V Shr32(V a) {
+    return _mm_srli_epi32(a, N);
+  }
+  // 32-bit lanes below 2^16 as 16-bit lanes: sign-extended from bit 15 first, so
+  // that the signed pack keeps their bits.
+  static V Pack32(V a, V b) {
+    return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(a, 16), 16),
+                           _mm_srai_epi32(_mm_slli_epi32(b, 16), 16));
+  }
+  static void Zip16(V low, V high, V &first, V &second) {
+    first = _mm_unpacklo_epi16(low, high);
+    second = _mm_unpackhi_epi16(low, high);
   }
 };
 #endif
@@ -139,6 +168,104 @@ void LanesWalk(const ConvArgs &a) {
   }
   FastLoop<K>(n - i, out + 2 * i, nullptr, nullptr, in + 2 * i, nullptr, nullptr);
 }
+
+#if !RK_TRIPLE_MOVES_512
+// Colour words (B, G, R, any) packed into 16-bit pixels as the Color16 and
+// Color15 members pack them, two vectors of words a step: R's top five bits in
+// bits 15..11 (RShift 8), or R >> 1 under the same mask, its top four bits in
+// 14..11 (RShift 9); G's six top bits in 10..5 and B's five in 4..0. The rest by
+// the member's formula.
+template <class K, int RShift>
+void PackWords(uint8_t *out, const uint8_t *in, size_t n) {
+  using L = Lanes;
+  auto pack = [](V16 w) {
+    V16 r = L::And(L::Shr32<RShift>(w), L::Set32((0xF8 >> (RShift - 8) & 0xF8) << 8));
+    V16 g = L::And(L::Shr32<5>(w), L::Set32(0x7E0)), b = L::And(L::Shr32<3>(w), L::Set32(0x1F));
+    return L::Or(L::Or(r, g), b);
+  };
+  constexpr size_t kStep = L::kCount;  // pixels: two vectors of words
+  size_t i = 0;
+  for (; i + kStep <= n; i += kStep) {
+    const uint8_t *p = in + 4 * i;
+    L::Store(out + 2 * i, L::Pack32(pack(L::Load(p)), pack(L::Load(p + 2 * kStep))));
+  }
+  for (; i < n; ++i) StoreLE<2>(out + 2 * i, K::Map(LoadLE<4>(in + 4 * i)));
+}
+// Color32 or Color24 (at its 5-byte stride, through 32-bit words a block at a time)
+// to Color16 or Color15.
+template <class K, int RShift>
+void PackWalk(const ConvArgs &a) {
+  constexpr Arr in = K::kSrc[0];
+  const uint8_t *s = a.s[0] + in.first;
+  const size_t n = a.count;
+  if constexpr (in.bytes == 4) {
+    PackWords<K, RShift>(a.d[0], s, n);
+  } else {
+    constexpr size_t kBlock = 256;
+    alignas(32) uint32_t words[kBlock];
+    for (size_t at = 0; at < n; at += kBlock) {
+      const size_t m = std::min(kBlock, n - at);
+      LoadTriples<in.stride>(words, s + in.stride * at, m, in.stride * (n - at) - (in.stride - 3));
+      PackWords<K, RShift>(a.d[0] + 2 * at, reinterpret_cast<const uint8_t *>(words), m);
+    }
+  }
+}
+
+// Color16 and Color15 pixels spread to colour words (B, G, R, 0) as the members
+// to Color32 and Color24 spread them, a vector a step: B = the low field shifted up
+// by 3, G and R the pixel shifted down and masked (G: >> 3 & 0xFC for six bits,
+// >> 2 & 0xF8 for five; R: >> 8 under 0xF8 or, to Color24 from Color16, 0x7C; >> 7
+// & 0xF8 from Color15). `first` gets the first half of the pixels.
+template <int GShift, int GMask, int RShift, int RMask>
+inline void SpreadWords16(V16 v, V16 &first, V16 &second) {
+  using L = Lanes;
+  V16 b = L::And(L::Shl<3>(v), L::Set(0xFF)), g = L::And(L::Shr<GShift>(v), L::Set(GMask));
+  V16 r = L::And(L::Shr<RShift>(v), L::Set(RMask));
+  L::Zip16(L::Or(b, L::Shl<8>(g)), r, first, second);
+}
+template <class K, int GShift, int GMask, int RShift, int RMask>
+void SpreadWalk(const ConvArgs &a) {
+  using L = Lanes;
+  constexpr Arr out = K::kDst[0];
+  constexpr size_t kStep = L::kCount;
+  const size_t n = a.count;
+  const uint8_t *in = a.s[0];
+  uint8_t *d = a.d[0] + out.first;
+  size_t i = 0;
+  if constexpr (out.bytes == 4) {
+    for (; i + kStep <= n; i += kStep) {
+      V16 w[2];
+      SpreadWords16<GShift, GMask, RShift, RMask>(L::Load(in + 2 * i), w[0], w[1]);
+      L::Store(d + 4 * i, w[0]);
+      L::Store(d + 4 * i + 2 * kStep, w[1]);
+    }
+  } else {
+    static_assert(out.stride == 5);
+#if defined(__AVX2__)
+    for (; i + 32 <= n && 5 * i + 160 <= 5 * n - 2; i += 32) {
+      V16 w[4];
+      SpreadWords16<GShift, GMask, RShift, RMask>(L::Load(in + 2 * i), w[0], w[1]);
+      SpreadWords16<GShift, GMask, RShift, RMask>(L::Load(in + 2 * i + 32), w[2], w[3]);
+      StoreTriples32At5(d + 5 * i, w);
+    }
+#else
+    // Through 32-bit words a block at a time.
+    constexpr size_t kBlock = 256;
+    alignas(16) uint32_t words[kBlock];
+    for (; i + kBlock <= n; i += kBlock) {
+      for (size_t j = 0; j < kBlock; j += kStep) {
+        V16 w[2];
+        SpreadWords16<GShift, GMask, RShift, RMask>(L::Load(in + 2 * (i + j)), w[0], w[1]);
+        L::Store(reinterpret_cast<uint8_t *>(words + j), w[0]);
+        L::Store(reinterpret_cast<uint8_t *>(words + j + kStep / 2), w[1]);
+      }
+      StoreTriples<5>(d + 5 * i, words, kBlock, n - i);
+    }
+#endif
+  }
+  FastLoop<K>(n - i, a.d[0] + out.stride * i, nullptr, nullptr, in + 2 * i, nullptr, nullptr);
+}
+#endif
 
 }  // namespace conv
 RK_NS_END
