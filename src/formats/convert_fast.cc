@@ -257,6 +257,9 @@ RK_FAST_FAMILY(convert) {
 #if RK_TRIPLE_MOVES
   t.Set(KernelId::RkBitConvertColor15ToLight, &conv::LanesWalk<conv::Light15Lanes>);
   t.Set(KernelId::RkBitConvertLightToColor16, &conv::LanesWalk<conv::LightToColor16Lanes>);
+  t.Set(KernelId::RkBitConvertLightToColor15, &conv::LanesWalk<conv::LightToColor15Lanes>);
+  t.Set(KernelId::RkBitConvertTransToColor16, &conv::LanesWalk<conv::TransToColor16Lanes>);
+  t.Set(KernelId::RkBitConvertTransToColor15, &conv::LanesWalk<conv::TransToColor15Lanes>);
 #endif
 #if RK_TRIPLE_MOVES_512
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);

@@ -15,6 +15,9 @@ struct Lanes {
   using V = __m512i;
   static constexpr size_t kCount = 32;
   static V Load(const uint8_t *p) { return _mm512_loadu_si512(p); }
+  static V LoadBytes(const uint8_t *p) {
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p)));
+  }
   static void Store(uint8_t *p, V v) { _mm512_storeu_si512(p, v); }
   static V Set(int v) { return _mm512_set1_epi16(static_cast<int16_t>(v)); }
   static V And(V a, V b) { return _mm512_and_si512(a, b); }
@@ -37,6 +40,9 @@ struct Lanes {
   using V = __m256i;
   static constexpr size_t kCount = 16;
   static V Load(const uint8_t *p) { return _mm256_loadu_si256(reinterpret_cast<const V *>(p)); }
+  static V LoadBytes(const uint8_t *p) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p)));
+  }
   static void Store(uint8_t *p, V v) { _mm256_storeu_si256(reinterpret_cast<V *>(p), v); }
   static V Set(int v) { return _mm256_set1_epi16(static_cast<int16_t>(v)); }
   static V And(V a, V b) { return _mm256_and_si256(a, b); }
@@ -73,6 +79,9 @@ struct Lanes {
   using V = __m128i;
   static constexpr size_t kCount = 8;
   static V Load(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const V *>(p)); }
+  static V LoadBytes(const uint8_t *p) {
+    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const V *>(p)), _mm_setzero_si128());
+  }
   static void Store(uint8_t *p, V v) { _mm_storeu_si128(reinterpret_cast<V *>(p), v); }
   static V Set(int v) { return _mm_set1_epi16(static_cast<int16_t>(v)); }
   static V And(V a, V b) { return _mm_and_si128(a, b); }
@@ -133,40 +142,71 @@ struct Light15Lanes {
   }
 };
 
+// Grey Color16 and Color15 pixels of levels 0..255.
+inline V16 Grey565Lanes(V16 t) {
+  using L = Lanes;
+  V16 r = L::Shl<8>(L::And(t, L::Set(0xF8))), g = L::Shl<5>(L::Shr<2>(t)), b = L::Shr<3>(t);
+  return L::Or(L::Or(r, g), b);
+}
+inline V16 Grey555Lanes(V16 t) {
+  using L = Lanes;
+  V16 b = L::Shr<3>(t);
+  return L::Or(L::Or(L::Shl<7>(L::And(t, L::Set(0xF8))), L::Shl<5>(b)), b);
+}
+
 // Light to Color16: the lower element of each pair read back (255 and more read as
 // 255), the upper one modulo 256, each as a grey Color16 pixel.
 struct LightToColor16Lanes {
   using Member = LightToColor16;
   static V16 Convert(V16 e) {
     using L = Lanes;
-    V16 t = L::OddFrom(L::Min(e, L::Set(255)), L::And(e, L::Set(0xFF)));
-    V16 r = L::Shl<8>(L::And(t, L::Set(0xF8))), g = L::Shl<5>(L::Shr<2>(t)), b = L::Shr<3>(t);
-    return L::Or(L::Or(r, g), b);
+    return Grey565Lanes(L::OddFrom(L::Min(e, L::Set(255)), L::And(e, L::Set(0xFF))));
   }
 };
+// Light (read back) and Trans levels to grey Color15 and Color16 pixels.
+struct LightToColor15Lanes {
+  using Member = LightToColor15;
+  static V16 Convert(V16 e) { return Grey555Lanes(Lanes::Min(e, Lanes::Set(255))); }
+};
+struct TransToColor16Lanes {
+  using Member = TransToColor16;
+  static V16 Convert(V16 t) { return Grey565Lanes(t); }
+};
+struct TransToColor15Lanes {
+  using Member = TransToColor15;
+  static V16 Convert(V16 t) { return Grey555Lanes(t); }
+};
 
-// 16-bit elements to 16-bit elements, whole vectors a step (an even number of
-// elements, so pairs stay pairs) from a source address at a vector boundary when
-// an even number of elements leads to one; the elements before and after, an odd
-// count's last element among them, through the member's own walk.
+// 8- or 16-bit elements to 16-bit elements, whole vectors a step (an even number
+// of elements, so pairs stay pairs) from a source address at a vector boundary
+// when an even number of elements leads to one; the elements before and after, an
+// odd count's last element among them, through the member's own walk.
 template <class C>
 void LanesWalk(const ConvArgs &a) {
   using K = typename C::Member;
+  constexpr size_t kIn = K::kSrc[0].bytes, kStep = Lanes::kCount;
+  auto load = [](const uint8_t *p) {
+    if constexpr (kIn == 1) {
+      return Lanes::LoadBytes(p);
+    } else {
+      return Lanes::Load(p);
+    }
+  };
   const size_t n = a.count;
   const uint8_t *in = a.s[0];
   uint8_t *out = a.d[0];
   size_t i = 0;
-  if (const size_t ahead = (0 - reinterpret_cast<uintptr_t>(in)) & (sizeof(V16) - 1);
-      ahead % 4 == 0) {
-    i = std::min(ahead / 2, n & ~size_t{1});
+  if (const size_t ahead = (0 - reinterpret_cast<uintptr_t>(in)) & (kIn * kStep - 1);
+      ahead % (2 * kIn) == 0) {
+    i = std::min(ahead / kIn, n & ~size_t{1});
     FastLoop<K>(i, out, nullptr, nullptr, in, nullptr, nullptr);
   }
-  for (; i + 2 * Lanes::kCount <= n; i += 2 * Lanes::kCount) {
-    V16 x = Lanes::Load(in + 2 * i), y = Lanes::Load(in + 2 * i + 2 * Lanes::kCount);
+  for (; i + 2 * kStep <= n; i += 2 * kStep) {
+    V16 x = load(in + kIn * i), y = load(in + kIn * (i + kStep));
     Lanes::Store(out + 2 * i, C::Convert(x));
-    Lanes::Store(out + 2 * i + 2 * Lanes::kCount, C::Convert(y));
+    Lanes::Store(out + 2 * i + 2 * kStep, C::Convert(y));
   }
-  FastLoop<K>(n - i, out + 2 * i, nullptr, nullptr, in + 2 * i, nullptr, nullptr);
+  FastLoop<K>(n - i, out + 2 * i, nullptr, nullptr, in + kIn * i, nullptr, nullptr);
 }
 
 #if !RK_TRIPLE_MOVES_512
