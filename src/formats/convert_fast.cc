@@ -260,6 +260,12 @@ RK_FAST_FAMILY(convert) {
   t.Set(KernelId::RkBitConvertLightToColor15, &conv::LanesWalk<conv::LightToColor15Lanes>);
   t.Set(KernelId::RkBitConvertTransToColor16, &conv::LanesWalk<conv::TransToColor16Lanes>);
   t.Set(KernelId::RkBitConvertTransToColor15, &conv::LanesWalk<conv::TransToColor15Lanes>);
+  t.Set(KernelId::RkBitConvertColor16ToTrans,
+        &conv::LanesWalk<conv::GreyLanes<conv::Color16ToTrans, false>>);
+  t.Set(KernelId::RkBitConvertColor16ToLight,
+        &conv::LanesWalk<conv::GreyLanes<conv::Color16ToLight, false>>);
+  t.Set(KernelId::RkBitConvertColor15ToTrans,
+        &conv::LanesWalk<conv::GreyLanes<conv::Color15ToTrans, true>>);
 #endif
 #if RK_TRIPLE_MOVES_512
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);

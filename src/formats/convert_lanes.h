@@ -24,6 +24,14 @@ struct Lanes {
   static V Or(V a, V b) { return _mm512_or_si512(a, b); }
   static V Add(V a, V b) { return _mm512_add_epi16(a, b); }
   static V MulHi(V a, V b) { return _mm512_mulhi_epu16(a, b); }
+  static V Mul(V a, V b) { return _mm512_mullo_epi16(a, b); }
+  static V Sub(V a, V b) { return _mm512_sub_epi16(a, b); }
+  // Two vectors of lanes below 256 as bytes in order.
+  static void StoreBytes(uint8_t *p, V a, V b) {
+    V packed = _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7),
+                                        _mm512_packus_epi16(a, b));
+    _mm512_storeu_si512(p, packed);
+  }
   template <int N>
   static V Shl(V a) {
     return _mm512_slli_epi16(a, N);
@@ -49,6 +57,11 @@ struct Lanes {
   static V Or(V a, V b) { return _mm256_or_si256(a, b); }
   static V Add(V a, V b) { return _mm256_add_epi16(a, b); }
   static V MulHi(V a, V b) { return _mm256_mulhi_epu16(a, b); }
+  static V Mul(V a, V b) { return _mm256_mullo_epi16(a, b); }
+  static V Sub(V a, V b) { return _mm256_sub_epi16(a, b); }
+  static void StoreBytes(uint8_t *p, V a, V b) {
+    Store(p, _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8));
+  }
   template <int N>
   static V Shl(V a) {
     return _mm256_slli_epi16(a, N);
@@ -88,6 +101,9 @@ struct Lanes {
   static V Or(V a, V b) { return _mm_or_si128(a, b); }
   static V Add(V a, V b) { return _mm_add_epi16(a, b); }
   static V MulHi(V a, V b) { return _mm_mulhi_epu16(a, b); }
+  static V Mul(V a, V b) { return _mm_mullo_epi16(a, b); }
+  static V Sub(V a, V b) { return _mm_sub_epi16(a, b); }
+  static void StoreBytes(uint8_t *p, V a, V b) { Store(p, _mm_packus_epi16(a, b)); }
   template <int N>
   static V Shl(V a) {
     return _mm_slli_epi16(a, N);
@@ -177,14 +193,34 @@ struct TransToColor15Lanes {
   static V16 Convert(V16 t) { return Grey555Lanes(t); }
 };
 
-// 8- or 16-bit elements to 16-bit elements, whole vectors a step (an even number
+// Grey levels of Color16 and Color15 pixels, as Grey16 and Grey15 form them:
+// 77 v - 2389 (v >> 5) - 4771 (v >> 11) modulo 2^16, >> 5 (Color16), and with
+// bit 15 cleared, 77 v - 2314 (v >> 5) - 4771 (v >> 10) (Color15).
+template <class Member_, bool Five>
+struct GreyLanes {
+  using Member = Member_;
+  static V16 Convert(V16 v) {
+    using L = Lanes;
+    if constexpr (Five) v = L::And(v, L::Set(0x7FFF));
+    V16 k = L::Set(Five ? 2314 : 2389);
+#if defined(__GNUC__)
+    // One multiply, not the chain of shifts and adds GCC would make of it.
+    __asm__("" : "+x"(k));
+#endif
+    V16 t = L::Sub(L::Mul(v, L::Set(77)), L::Mul(L::Shr<5>(v), k));
+    V16 high = Five ? L::Shr<10>(v) : L::Shr<11>(v);
+    return L::Shr<5>(L::Sub(t, L::Mul(high, L::Set(4771))));
+  }
+};
+
+// 8- or 16-bit elements to 8- or 16-bit elements, whole vectors a step (an even number
 // of elements, so pairs stay pairs) from a source address at a vector boundary
 // when an even number of elements leads to one; the elements before and after, an
 // odd count's last element among them, through the member's own walk.
 template <class C>
 void LanesWalk(const ConvArgs &a) {
   using K = typename C::Member;
-  constexpr size_t kIn = K::kSrc[0].bytes, kStep = Lanes::kCount;
+  constexpr size_t kIn = K::kSrc[0].bytes, kOut = K::kDst[0].bytes, kStep = Lanes::kCount;
   auto load = [](const uint8_t *p) {
     if constexpr (kIn == 1) {
       return Lanes::LoadBytes(p);
@@ -202,11 +238,15 @@ void LanesWalk(const ConvArgs &a) {
     FastLoop<K>(i, out, nullptr, nullptr, in, nullptr, nullptr);
   }
   for (; i + 2 * kStep <= n; i += 2 * kStep) {
-    V16 x = load(in + kIn * i), y = load(in + kIn * (i + kStep));
-    Lanes::Store(out + 2 * i, C::Convert(x));
-    Lanes::Store(out + 2 * i + 2 * kStep, C::Convert(y));
+    V16 x = C::Convert(load(in + kIn * i)), y = C::Convert(load(in + kIn * (i + kStep)));
+    if constexpr (kOut == 1) {
+      Lanes::StoreBytes(out + i, x, y);
+    } else {
+      Lanes::Store(out + 2 * i, x);
+      Lanes::Store(out + 2 * i + 2 * kStep, y);
+    }
   }
-  FastLoop<K>(n - i, out + 2 * i, nullptr, nullptr, in + kIn * i, nullptr, nullptr);
+  FastLoop<K>(n - i, out + kOut * i, nullptr, nullptr, in + kIn * i, nullptr, nullptr);
 }
 
 #if !RK_TRIPLE_MOVES_512
