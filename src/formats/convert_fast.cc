@@ -159,51 +159,6 @@ void GreyTriplesWalk(const ConvArgs &args) {
 #endif
 
 #if defined(__AVX2__)
-// RGBLight16 elements (16 a vector) read back as colour bytes: with the high bit
-// set (0..1022 give 0x80.., 1023 and more fill the low seven bits), or as 5-bit
-// levels shifted up (1023 and more read as 31).
-inline __m256i HighBytes16(__m256i e) {
-  __m256i big = _mm256_cmpeq_epi16(_mm256_max_epu16(e, _mm256_set1_epi16(1023)), e);
-  // 0x400, or 0x3FF for the big ones.
-  __m256i fill =
-      _mm256_xor_si256(_mm256_set1_epi16(0x400), _mm256_and_si256(big, _mm256_set1_epi16(0x7FF)));
-  return _mm256_and_si256(_mm256_srli_epi16(_mm256_or_si256(e, fill), 3), _mm256_set1_epi16(0xFF));
-}
-inline __m256i Level5Bytes16(__m256i e) {
-  __m256i big = _mm256_cmpeq_epi16(_mm256_max_epu16(e, _mm256_set1_epi16(1023)), e);
-  return _mm256_slli_epi16(_mm256_and_si256(_mm256_or_si256(e, big), _mm256_set1_epi16(31)), 3);
-}
-// RGBLight16 planes to Color32 or Color24, 16 elements a step, every element of
-// the steps by `Byte` (the pairs' formula): the bytes are put together as (B, G, R,
-// 0) words and stored whole or as their 3 bytes. The rest (an odd count's last
-// element among them) go through the member's own walk.
-template <class K, __m256i (*Byte)(__m256i)>
-void HighPlanesWalk(const ConvArgs &a) {
-  constexpr int kOut = K::kDst[0].bytes;
-  const size_t n = a.count;
-  size_t i = 0;
-  for (; i + 16 <= n; i += 16) {
-    auto plane = [&](int k) {
-      return Byte(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(a.s[k] + 2 * i)));
-    };
-    __m256i bg = _mm256_or_si256(plane(2), _mm256_slli_epi16(plane(1), 8)), r = plane(0);
-    // The unpacks work within 128-bit lanes: elements 0..3 and 8..11, 4..7 and 12..15.
-    __m256i lo = _mm256_unpacklo_epi16(bg, r), hi = _mm256_unpackhi_epi16(bg, r);
-    __m256i first = _mm256_permute2x128_si256(lo, hi, 0x20),
-            second = _mm256_permute2x128_si256(lo, hi, 0x31);
-    uint8_t *out = a.d[0] + kOut * i;
-    if constexpr (kOut == 4) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out), first);
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 32), second);
-    } else {
-      StoreTriples8(out, first);
-      StoreTriples8(out + 24, second);
-    }
-  }
-  FastLoop<K>(n - i, a.d[0] + kOut * i, nullptr, nullptr, a.s[0] + 2 * i, a.s[1] + 2 * i,
-              a.s[2] + 2 * i);
-}
-
 #endif
 
 // Color24 (InBytes 3) or Color32 pixels to grey levels, eight or sixteen a step;
@@ -271,6 +226,14 @@ RK_FAST_FAMILY(convert) {
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey24Walk<2>);
 #elif RK_TRIPLE_MOVES
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor32,
+        &conv::PlanesWalk<conv::HighPlanes<conv::RGBLight16ToColor32, conv::HighBytes16>>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor24,
+        &conv::PlanesWalk<conv::HighPlanes<conv::RGBLight16ToColor24, conv::Level5Of16<3>>>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor16,
+        &conv::PlanesWalk<conv::PackedPlanes<conv::RGBLight16ToColor16, 11>>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor15,
+        &conv::PlanesWalk<conv::PackedPlanes<conv::RGBLight16ToColor15, 10>>);
   t.Set(KernelId::RkBitConvertColor32ToColor16, &conv::PackWalk<conv::Color32ToColor16, 8>);
   t.Set(KernelId::RkBitConvertColor32ToColor15, &conv::PackWalk<conv::Color32ToColor15, 9>);
   t.Set(KernelId::RkBitConvertColor24ToColor16, &conv::PackWalk<conv::Color24ToColor16, 8>);
@@ -290,10 +253,6 @@ RK_FAST_FAMILY(convert) {
 #if defined(__AVX2__)
   t.Set(KernelId::RkBitConvertTransToColor24, &conv::GreyTriplesWalk<conv::TransToColor24>);
   t.Set(KernelId::RkBitConvertLightToColor24, &conv::GreyTriplesWalk<conv::LightToColor24>);
-  t.Set(KernelId::RkBitConvertRGBLight16ToColor32,
-        &conv::HighPlanesWalk<conv::RGBLight16ToColor32, conv::HighBytes16>);
-  t.Set(KernelId::RkBitConvertRGBLight16ToColor24,
-        &conv::HighPlanesWalk<conv::RGBLight16ToColor24, conv::Level5Bytes16>);
 #endif
 #endif
 }

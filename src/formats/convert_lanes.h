@@ -71,6 +71,9 @@ struct Lanes {
     return _mm256_srli_epi16(a, N);
   }
   static V Min(V a, V b) { return _mm256_min_epu16(a, b); }
+  static V Xor(V a, V b) { return _mm256_xor_si256(a, b); }
+  // All ones in the lanes of a at least k.
+  static V AtLeast(V a, int k) { return _mm256_cmpeq_epi16(_mm256_max_epu16(a, Set(k)), a); }
   static V OddFrom(V even, V odd) { return _mm256_blend_epi16(even, odd, 0xAA); }
   static V Set32(uint32_t v) { return _mm256_set1_epi32(static_cast<int>(v)); }
   template <int N>
@@ -114,6 +117,11 @@ struct Lanes {
   }
   // Unsigned minimum from a saturating subtraction: a - max(a - b, 0).
   static V Min(V a, V b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
+  static V Xor(V a, V b) { return _mm_xor_si128(a, b); }
+  // All ones in the lanes of a at least k: where k - 1 - a saturates to 0.
+  static V AtLeast(V a, int k) {
+    return _mm_cmpeq_epi16(_mm_subs_epu16(Set(k - 1), a), _mm_setzero_si128());
+  }
   static V OddFrom(V even, V odd) {
     const V oddLanes = _mm_set1_epi32(static_cast<int>(0xFFFF0000));
     return _mm_or_si128(_mm_andnot_si128(oddLanes, even), _mm_and_si128(oddLanes, odd));
@@ -250,6 +258,76 @@ void LanesWalk(const ConvArgs &a) {
 }
 
 #if !RK_TRIPLE_MOVES_512
+// RGBLight16 elements read back as colour bytes: with the high bit set (0..1022
+// give 0x80.., 1023 and more fill the low seven bits), or as 5-bit levels, shifted
+// up (Shift 3) or not.
+inline V16 HighBytes16(V16 e) {
+  using L = Lanes;
+  // 0x400, or 0x3FF for the big ones.
+  V16 fill = L::Xor(L::Set(0x400), L::And(L::AtLeast(e, 1023), L::Set(0x7FF)));
+  return L::And(L::Shr<3>(L::Or(e, fill)), L::Set(0xFF));
+}
+template <int Shift>
+inline V16 Level5Of16(V16 e) {
+  using L = Lanes;
+  return L::Shl<Shift>(L::And(L::Or(e, L::AtLeast(e, 1023)), L::Set(31)));
+}
+
+// RGBLight16 planes to colour bytes (Color32, Color24), every element of the
+// steps by `Byte` (the pairs' formula): the bytes are put together as (B, G, R, 0)
+// words and stored whole or as their 3 bytes.
+template <class K, V16 (*Byte)(V16)>
+struct HighPlanes {
+  using Member = K;
+  static void Step(const V16 (&p)[3], uint8_t *out, [[maybe_unused]] size_t left) {
+    using L = Lanes;
+    V16 w[2];
+    L::Zip16(L::Or(Byte(p[2]), L::Shl<8>(Byte(p[1]))), Byte(p[0]), w[0], w[1]);
+    if constexpr (K::kDst[0].bytes == 4) {
+      L::Store(out, w[0]);
+      L::Store(out + 2 * L::kCount, w[1]);
+    } else {
+#if defined(__AVX2__)
+      StoreTriples8(out, w[0]);
+      StoreTriples8(out + 24, w[1]);
+#else
+      alignas(16) uint32_t words[L::kCount];
+      L::Store(reinterpret_cast<uint8_t *>(words), w[0]);
+      L::Store(reinterpret_cast<uint8_t *>(words + L::kCount / 2), w[1]);
+      StoreTriples<3>(out, words, L::kCount, left);
+#endif
+    }
+  }
+};
+// RGBLight16 planes to Color16 (RShift 11) or Color15 (10), the elements read back
+// as 5-bit levels.
+template <class K, int RShift>
+struct PackedPlanes {
+  using Member = K;
+  static void Step(const V16 (&p)[3], uint8_t *out, size_t) {
+    using L = Lanes;
+    V16 r = L::Shl<RShift>(Level5Of16<0>(p[0])), g = L::Shl<RShift - 5>(Level5Of16<0>(p[1]));
+    L::Store(out, L::Or(L::Or(r, g), Level5Of16<0>(p[2])));
+  }
+};
+// Three 16-bit planes to one array, a vector of each a step (an even number of
+// elements, so pairs stay pairs); the rest, an odd count's last element among
+// them, through the member's own walk.
+template <class C>
+void PlanesWalk(const ConvArgs &a) {
+  using K = typename C::Member;
+  constexpr size_t kOut = K::kDst[0].bytes, kStep = Lanes::kCount;
+  const size_t n = a.count;
+  size_t i = 0;
+  for (; i + kStep <= n; i += kStep) {
+    const V16 p[3] = {Lanes::Load(a.s[0] + 2 * i), Lanes::Load(a.s[1] + 2 * i),
+                      Lanes::Load(a.s[2] + 2 * i)};
+    C::Step(p, a.d[0] + kOut * i, n - i);
+  }
+  FastLoop<K>(n - i, a.d[0] + kOut * i, nullptr, nullptr, a.s[0] + 2 * i, a.s[1] + 2 * i,
+              a.s[2] + 2 * i);
+}
+
 // Colour words (B, G, R, any) packed into 16-bit pixels as the Color16 and
 // Color15 members pack them, two vectors of words a step: R's top five bits in
 // bits 15..11 (RShift 8), or R >> 1 under the same mask, its top four bits in
