@@ -123,20 +123,22 @@ inline __m256i Grey8Of24(const uint8_t *p) {
 }
 #endif
 
-#if defined(__AVX2__)
 // Grey Color24 pixels of levels (TransToColor24: bytes; LightToColor24: 16-bit
 // elements, 255 and more read as 255), 16 a step: the levels spread to 48 bytes
-// (t, t, t) by three byte shuffles. The rest go through the member's formula.
+// (t, t, t) by three byte shuffles (AVX2), or to words (t, t, t, 0) by unpacks and
+// moved to their 3 bytes. The rest go through the member's formula.
 template <class K>
 void GreyTriplesWalk(const ConvArgs &args) {
   constexpr int kIn = K::kSrc[0].bytes;
   const uint8_t *in = args.s[0];
   uint8_t *out = args.d[0];
   const size_t n = args.count;
+#if defined(__AVX2__)
   const __m128i spread[3] = {
       _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5),
       _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10),
       _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15)};
+#endif
   size_t i = 0;
   for (; i + 16 <= n; i += 16) {
     const __m128i *p = reinterpret_cast<const __m128i *>(in + kIn * i);
@@ -144,22 +146,30 @@ void GreyTriplesWalk(const ConvArgs &args) {
     if constexpr (kIn == 1) {
       levels = _mm_loadu_si128(p);
     } else {
+      // min(e, 255) from a saturating subtraction, then packed to bytes.
       const __m128i top = _mm_set1_epi16(255);
-      levels = _mm_packus_epi16(_mm_min_epu16(_mm_loadu_si128(p), top),
-                                _mm_min_epu16(_mm_loadu_si128(p + 1), top));
+      auto read = [&](__m128i e) { return _mm_sub_epi16(e, _mm_subs_epu16(e, top)); };
+      levels = _mm_packus_epi16(read(_mm_loadu_si128(p)), read(_mm_loadu_si128(p + 1)));
     }
+#if defined(__AVX2__)
     for (int k = 0; k < 3; ++k) {
       _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 3 * i + 16 * k),
                        _mm_shuffle_epi8(levels, spread[k]));
     }
+#else
+    alignas(16) uint32_t words[16];
+    const __m128i zero = _mm_setzero_si128();
+    for (int h = 0; h < 2; ++h) {
+      __m128i t = h == 0 ? _mm_unpacklo_epi8(levels, levels) : _mm_unpackhi_epi8(levels, levels);
+      __m128i z = h == 0 ? _mm_unpacklo_epi8(levels, zero) : _mm_unpackhi_epi8(levels, zero);
+      _mm_store_si128(reinterpret_cast<__m128i *>(words + 8 * h), _mm_unpacklo_epi16(t, z));
+      _mm_store_si128(reinterpret_cast<__m128i *>(words + 8 * h + 4), _mm_unpackhi_epi16(t, z));
+    }
+    StoreTriples<3>(out + 3 * i, words, 16, n - i);
+#endif
   }
   for (; i < n; ++i) StoreLE<3>(out + 3 * i, K::Map(LoadLE<kIn>(in + kIn * i)));
 }
-
-#endif
-
-#if defined(__AVX2__)
-#endif
 
 // Color24 (InBytes 3) or Color32 pixels to grey levels, eight or sixteen a step;
 // the rest one by one.
@@ -250,9 +260,7 @@ RK_FAST_FAMILY(convert) {
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::GreyWalk<3, 2>);
   t.Set(KernelId::RkBitConvertColor32ToTrans, &conv::GreyWalk<4, 1>);
   t.Set(KernelId::RkBitConvertColor32ToLight, &conv::GreyWalk<4, 2>);
-#if defined(__AVX2__)
   t.Set(KernelId::RkBitConvertTransToColor24, &conv::GreyTriplesWalk<conv::TransToColor24>);
   t.Set(KernelId::RkBitConvertLightToColor24, &conv::GreyTriplesWalk<conv::LightToColor24>);
-#endif
 #endif
 }
