@@ -1,5 +1,6 @@
 // The fast walks of the row conversions, for arrays that do not overlap.
 #include "formats/convert.h"
+#include "formats/convert_lanes.h"
 #include "formats/convert_planes.h"
 #include "module/fast.h"
 
@@ -77,55 +78,6 @@ void Grey24Walk(const ConvArgs &args) {
   }
 }
 
-// Color15 to Light with AVX-512BW, 32 elements a vector. A pair's word of two
-// 16-bit lanes (Color15ToLight::Lanes) carries at most 1 out of the lower lane, into
-// bit 16; every weight is a multiple of 8, so the upper lane's sum is a multiple of 8
-// and the carry never reaches its bits 8..15. Each element's level is therefore
-// bits 8..15 of its own sum, i.e. (t >> 5) & 0xFF with
-// t = 77 (bits 4..0) + 29 (bits 14..10) + 150 (bits 10..5), below 2^14; a lone
-// element (the lower lane alone) gives the same.
-// Half of each element's sum, h = 308 a + 116 b + 600 c (at most 50944), is formed
-// with high-half products of fields moved to the top of the word, and the level is
-// (h >> 7) & 0xFF.
-inline __m512i Light15(__m512i v) {
-  // a x 2048, b x 1024, c x 1024.
-  __m512i a = _mm512_slli_epi16(v, 11), b = _mm512_and_si512(v, _mm512_set1_epi16(0x7C00)),
-          c = _mm512_and_si512(_mm512_slli_epi16(v, 5), _mm512_set1_epi16(-1024));
-  __m512i h = _mm512_add_epi16(_mm512_mulhi_epu16(a, _mm512_set1_epi16(308 * 32)),
-                               _mm512_mulhi_epu16(b, _mm512_set1_epi16(116 * 64)));
-  h = _mm512_add_epi16(h, _mm512_mulhi_epu16(c, _mm512_set1_epi16(-0x10000 + 600 * 64)));
-  return _mm512_and_si512(_mm512_srli_epi16(h, 7), _mm512_set1_epi16(0xFF));
-}
-void Light15Walk(const ConvArgs &args) {
-  const uint8_t *in = args.s[0];
-  uint8_t *out = args.d[0];
-  const size_t n = args.count;
-  auto masked = [&](size_t i, size_t m) {
-    const __mmask32 k = _bzhi_u32(~0u, static_cast<unsigned>(m));
-    _mm512_mask_storeu_epi16(out + 2 * i, k, Light15(_mm512_maskz_loadu_epi16(k, in + 2 * i)));
-  };
-  // First the elements up to a 64-byte boundary of the source, when it has one.
-  size_t i = 0;
-  if (const size_t ahead = (0 - reinterpret_cast<uintptr_t>(in)) & 63; ahead % 2 == 0) {
-    i = std::min(ahead / 2, n);
-    if (i != 0) masked(0, i);
-  }
-  // Four vectors a step, loaded before any is stored.
-  for (; i + 128 <= n; i += 128) {
-    const uint8_t *p = in + 2 * i;
-    __m512i a = _mm512_loadu_si512(p), b = _mm512_loadu_si512(p + 64),
-            c = _mm512_loadu_si512(p + 128), d = _mm512_loadu_si512(p + 192);
-    _mm512_storeu_si512(out + 2 * i, Light15(a));
-    _mm512_storeu_si512(out + 2 * i + 64, Light15(b));
-    _mm512_storeu_si512(out + 2 * i + 128, Light15(c));
-    _mm512_storeu_si512(out + 2 * i + 192, Light15(d));
-  }
-  for (; i + 32 <= n; i += 32) {
-    _mm512_storeu_si512(out + 2 * i, Light15(_mm512_loadu_si512(in + 2 * i)));
-  }
-  if (i < n) masked(i, n - i);
-}
-
 }  // namespace
 }  // namespace conv
 RK_NS_END
@@ -171,20 +123,22 @@ inline __m256i Grey8Of24(const uint8_t *p) {
 }
 #endif
 
-#if defined(__AVX2__)
 // Grey Color24 pixels of levels (TransToColor24: bytes; LightToColor24: 16-bit
 // elements, 255 and more read as 255), 16 a step: the levels spread to 48 bytes
-// (t, t, t) by three byte shuffles. The rest go through the member's formula.
+// (t, t, t) by three byte shuffles (AVX2), or to words (t, t, t, 0) by unpacks and
+// moved to their 3 bytes. The rest go through the member's formula.
 template <class K>
 void GreyTriplesWalk(const ConvArgs &args) {
   constexpr int kIn = K::kSrc[0].bytes;
   const uint8_t *in = args.s[0];
   uint8_t *out = args.d[0];
   const size_t n = args.count;
+#if defined(__AVX2__)
   const __m128i spread[3] = {
       _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5),
       _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10),
       _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15)};
+#endif
   size_t i = 0;
   for (; i + 16 <= n; i += 16) {
     const __m128i *p = reinterpret_cast<const __m128i *>(in + kIn * i);
@@ -192,114 +146,30 @@ void GreyTriplesWalk(const ConvArgs &args) {
     if constexpr (kIn == 1) {
       levels = _mm_loadu_si128(p);
     } else {
+      // min(e, 255) from a saturating subtraction, then packed to bytes.
       const __m128i top = _mm_set1_epi16(255);
-      levels = _mm_packus_epi16(_mm_min_epu16(_mm_loadu_si128(p), top),
-                                _mm_min_epu16(_mm_loadu_si128(p + 1), top));
+      auto read = [&](__m128i e) { return _mm_sub_epi16(e, _mm_subs_epu16(e, top)); };
+      levels = _mm_packus_epi16(read(_mm_loadu_si128(p)), read(_mm_loadu_si128(p + 1)));
     }
+#if defined(__AVX2__)
     for (int k = 0; k < 3; ++k) {
       _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 3 * i + 16 * k),
                        _mm_shuffle_epi8(levels, spread[k]));
     }
+#else
+    alignas(16) uint32_t words[16];
+    const __m128i zero = _mm_setzero_si128();
+    for (int h = 0; h < 2; ++h) {
+      __m128i t = h == 0 ? _mm_unpacklo_epi8(levels, levels) : _mm_unpackhi_epi8(levels, levels);
+      __m128i z = h == 0 ? _mm_unpacklo_epi8(levels, zero) : _mm_unpackhi_epi8(levels, zero);
+      _mm_store_si128(reinterpret_cast<__m128i *>(words + 8 * h), _mm_unpacklo_epi16(t, z));
+      _mm_store_si128(reinterpret_cast<__m128i *>(words + 8 * h + 4), _mm_unpackhi_epi16(t, z));
+    }
+    StoreTriples<3>(out + 3 * i, words, 16, n - i);
+#endif
   }
   for (; i < n; ++i) StoreLE<3>(out + 3 * i, K::Map(LoadLE<kIn>(in + kIn * i)));
 }
-
-// Color15 to Light with AVX2, 16 elements a vector: the AVX-512 walk's arithmetic
-// (half of each element's sum, h = 308 a + 116 b + 600 c, from high-half products of
-// fields moved to the top of the word; the level is (h >> 7) & 0xFF), which gives
-// the pair's two lanes and a lone element alike.
-inline __m256i Light15x16(__m256i v) {
-  __m256i a = _mm256_slli_epi16(v, 11), b = _mm256_and_si256(v, _mm256_set1_epi16(0x7C00)),
-          c = _mm256_and_si256(_mm256_slli_epi16(v, 5), _mm256_set1_epi16(-1024));
-  __m256i h = _mm256_add_epi16(_mm256_mulhi_epu16(a, _mm256_set1_epi16(308 * 32)),
-                               _mm256_mulhi_epu16(b, _mm256_set1_epi16(116 * 64)));
-  h = _mm256_add_epi16(h, _mm256_mulhi_epu16(c, _mm256_set1_epi16(-0x10000 + 600 * 64)));
-  return _mm256_and_si256(_mm256_srli_epi16(h, 7), _mm256_set1_epi16(0xFF));
-}
-void Light15Walk(const ConvArgs &args) {
-  const uint8_t *in = args.s[0];
-  uint8_t *out = args.d[0];
-  const size_t n = args.count;
-  size_t i = 0;
-  for (; i + 16 <= n; i += 16) {
-    __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 2 * i));
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 2 * i), Light15x16(v));
-  }
-  if (i < n) {  // the last elements through a zeroed copy
-    alignas(32) uint8_t rest[32] = {};
-    std::memcpy(rest, in + 2 * i, 2 * (n - i));
-    _mm256_store_si256(reinterpret_cast<__m256i *>(rest),
-                       Light15x16(_mm256_load_si256(reinterpret_cast<const __m256i *>(rest))));
-    std::memcpy(out + 2 * i, rest, 2 * (n - i));
-  }
-}
-#endif
-
-#if defined(__AVX2__)
-// RGBLight16 elements (16 a vector) read back as colour bytes: with the high bit
-// set (0..1022 give 0x80.., 1023 and more fill the low seven bits), or as 5-bit
-// levels shifted up (1023 and more read as 31).
-inline __m256i HighBytes16(__m256i e) {
-  __m256i big = _mm256_cmpeq_epi16(_mm256_max_epu16(e, _mm256_set1_epi16(1023)), e);
-  // 0x400, or 0x3FF for the big ones.
-  __m256i fill =
-      _mm256_xor_si256(_mm256_set1_epi16(0x400), _mm256_and_si256(big, _mm256_set1_epi16(0x7FF)));
-  return _mm256_and_si256(_mm256_srli_epi16(_mm256_or_si256(e, fill), 3), _mm256_set1_epi16(0xFF));
-}
-inline __m256i Level5Bytes16(__m256i e) {
-  __m256i big = _mm256_cmpeq_epi16(_mm256_max_epu16(e, _mm256_set1_epi16(1023)), e);
-  return _mm256_slli_epi16(_mm256_and_si256(_mm256_or_si256(e, big), _mm256_set1_epi16(31)), 3);
-}
-// RGBLight16 planes to Color32 or Color24, 16 elements a step, every element of
-// the steps by `Byte` (the pairs' formula): the bytes are put together as (B, G, R,
-// 0) words and stored whole or as their 3 bytes. The rest (an odd count's last
-// element among them) go through the member's own walk.
-template <class K, __m256i (*Byte)(__m256i)>
-void HighPlanesWalk(const ConvArgs &a) {
-  constexpr int kOut = K::kDst[0].bytes;
-  const size_t n = a.count;
-  size_t i = 0;
-  for (; i + 16 <= n; i += 16) {
-    auto plane = [&](int k) {
-      return Byte(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(a.s[k] + 2 * i)));
-    };
-    __m256i bg = _mm256_or_si256(plane(2), _mm256_slli_epi16(plane(1), 8)), r = plane(0);
-    // The unpacks work within 128-bit lanes: elements 0..3 and 8..11, 4..7 and 12..15.
-    __m256i lo = _mm256_unpacklo_epi16(bg, r), hi = _mm256_unpackhi_epi16(bg, r);
-    __m256i first = _mm256_permute2x128_si256(lo, hi, 0x20),
-            second = _mm256_permute2x128_si256(lo, hi, 0x31);
-    uint8_t *out = a.d[0] + kOut * i;
-    if constexpr (kOut == 4) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out), first);
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 32), second);
-    } else {
-      StoreTriples8(out, first);
-      StoreTriples8(out + 24, second);
-    }
-  }
-  FastLoop<K>(n - i, a.d[0] + kOut * i, nullptr, nullptr, a.s[0] + 2 * i, a.s[1] + 2 * i,
-              a.s[2] + 2 * i);
-}
-
-// Light to Color16, 16 elements a step: the lower element of each pair read back
-// (255 and more read as 255), the upper one modulo 256, each as a grey Color16
-// pixel. An odd count's last element goes through the member's own walk.
-void LightToColor16Walk(const ConvArgs &a) {
-  const size_t n = a.count;
-  size_t i = 0;
-  for (; i + 16 <= n; i += 16) {
-    __m256i e = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(a.s[0] + 2 * i));
-    __m256i t = _mm256_blend_epi16(_mm256_min_epu16(e, _mm256_set1_epi16(255)),
-                                   _mm256_and_si256(e, _mm256_set1_epi16(0xFF)), 0xAA);
-    __m256i r = _mm256_slli_epi16(_mm256_and_si256(t, _mm256_set1_epi16(0xF8)), 8),
-            g = _mm256_slli_epi16(_mm256_srli_epi16(t, 2), 5), b = _mm256_srli_epi16(t, 3);
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(a.d[0] + 2 * i),
-                        _mm256_or_si256(_mm256_or_si256(r, g), b));
-  }
-  FastLoop<LightToColor16>(n - i, a.d[0] + 2 * i, nullptr, nullptr, a.s[0] + 2 * i, nullptr,
-                           nullptr);
-}
-#endif
 
 // Color24 (InBytes 3) or Color32 pixels to grey levels, eight or sixteen a step;
 // the rest one by one.
@@ -349,24 +219,48 @@ RK_NS_END
 
 RK_FAST_FAMILY(convert) {
   RK_CONVERT_ALL(RK_CONVERT_FAST)
+#if RK_TRIPLE_MOVES
+  t.Set(KernelId::RkBitConvertColor15ToLight, &conv::LanesWalk<conv::Light15Lanes>);
+  t.Set(KernelId::RkBitConvertLightToColor16, &conv::LanesWalk<conv::LightToColor16Lanes>);
+  t.Set(KernelId::RkBitConvertLightToColor15, &conv::LanesWalk<conv::LightToColor15Lanes>);
+  t.Set(KernelId::RkBitConvertTransToColor16, &conv::LanesWalk<conv::TransToColor16Lanes>);
+  t.Set(KernelId::RkBitConvertTransToColor15, &conv::LanesWalk<conv::TransToColor15Lanes>);
+  t.Set(KernelId::RkBitConvertColor16ToTrans,
+        &conv::LanesWalk<conv::GreyLanes<conv::Color16ToTrans, false>>);
+  t.Set(KernelId::RkBitConvertColor16ToLight,
+        &conv::LanesWalk<conv::GreyLanes<conv::Color16ToLight, false>>);
+  t.Set(KernelId::RkBitConvertColor15ToTrans,
+        &conv::LanesWalk<conv::GreyLanes<conv::Color15ToTrans, true>>);
+#endif
 #if RK_TRIPLE_MOVES_512
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey24Walk<2>);
-  t.Set(KernelId::RkBitConvertColor15ToLight, &conv::Light15Walk);
 #elif RK_TRIPLE_MOVES
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor32,
+        &conv::PlanesWalk<conv::HighPlanes<conv::RGBLight16ToColor32, conv::HighBytes16>>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor24,
+        &conv::PlanesWalk<conv::HighPlanes<conv::RGBLight16ToColor24, conv::Level5Of16<3>>>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor16,
+        &conv::PlanesWalk<conv::PackedPlanes<conv::RGBLight16ToColor16, 11>>);
+  t.Set(KernelId::RkBitConvertRGBLight16ToColor15,
+        &conv::PlanesWalk<conv::PackedPlanes<conv::RGBLight16ToColor15, 10>>);
+  t.Set(KernelId::RkBitConvertColor32ToColor16, &conv::PackWalk<conv::Color32ToColor16, 8>);
+  t.Set(KernelId::RkBitConvertColor32ToColor15, &conv::PackWalk<conv::Color32ToColor15, 9>);
+  t.Set(KernelId::RkBitConvertColor24ToColor16, &conv::PackWalk<conv::Color24ToColor16, 8>);
+  t.Set(KernelId::RkBitConvertColor24ToColor15, &conv::PackWalk<conv::Color24ToColor15, 9>);
+  t.Set(KernelId::RkBitConvertColor16ToColor32,
+        &conv::SpreadWalk<conv::Color16ToColor32, 3, 0xFC, 8, 0xF8>);
+  t.Set(KernelId::RkBitConvertColor16ToColor24,
+        &conv::SpreadWalk<conv::Color16ToColor24, 3, 0xFC, 8, 0x7C>);
+  t.Set(KernelId::RkBitConvertColor15ToColor32,
+        &conv::SpreadWalk<conv::Color15ToColor32, 2, 0xF8, 7, 0xF8>);
+  t.Set(KernelId::RkBitConvertColor15ToColor24,
+        &conv::SpreadWalk<conv::Color15ToColor24, 2, 0xF8, 7, 0xF8>);
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::GreyWalk<3, 1>);
   t.Set(KernelId::RkBitConvertColor24ToLight, &conv::GreyWalk<3, 2>);
   t.Set(KernelId::RkBitConvertColor32ToTrans, &conv::GreyWalk<4, 1>);
   t.Set(KernelId::RkBitConvertColor32ToLight, &conv::GreyWalk<4, 2>);
-#if defined(__AVX2__)
   t.Set(KernelId::RkBitConvertTransToColor24, &conv::GreyTriplesWalk<conv::TransToColor24>);
   t.Set(KernelId::RkBitConvertLightToColor24, &conv::GreyTriplesWalk<conv::LightToColor24>);
-  t.Set(KernelId::RkBitConvertColor15ToLight, &conv::Light15Walk);
-  t.Set(KernelId::RkBitConvertRGBLight16ToColor32,
-        &conv::HighPlanesWalk<conv::RGBLight16ToColor32, conv::HighBytes16>);
-  t.Set(KernelId::RkBitConvertRGBLight16ToColor24,
-        &conv::HighPlanesWalk<conv::RGBLight16ToColor24, conv::Level5Bytes16>);
-  t.Set(KernelId::RkBitConvertLightToColor16, &conv::LightToColor16Walk);
-#endif
 #endif
 }

@@ -196,6 +196,21 @@ inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t reada
                                         reinterpret_cast<const __m128i *>(p));
       _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), _mm256_shuffle_epi8(raw, spread));
     }
+  } else {
+    // Six elements a step, three from each of two 16-byte windows (their last
+    // element ends 3 bytes before the window's end), closed up into six words; the
+    // step stores eight words, the last two written again by the next step.
+    const __m256i spread =
+        _mm256_setr_epi8(0, 1, 2, -1, 5, 6, 7, -1, 10, 11, 12, -1, -1, -1, -1, -1,  //
+                         0, 1, 2, -1, 5, 6, 7, -1, 10, 11, 12, -1, -1, -1, -1, -1);
+    const __m256i close = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+    for (; i + 8 <= n && 5 * i + 31 <= readable; i += 6) {
+      const uint8_t *p = in + 5 * i;
+      __m256i raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(p + 15),
+                                        reinterpret_cast<const __m128i *>(p));
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i),
+                          _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(raw, spread), close));
+    }
   }
 #endif
   for (; i + 8 <= n && Stride * i + 3 * pair + 8 <= readable; i += 8) {
@@ -223,10 +238,10 @@ inline void StoreTriples8(uint8_t *out, __m256i v) {
   _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 16), _mm256_extracti128_si256(v, 1));
 }
 
-// 32 elements at a stride of 5 as five whole 32-byte vectors. Each 128-bit lane
-// of the output holds bytes of at most four consecutive elements, from the one its
-// first byte belongs to; their words are gathered into the lane and shuffled into
-// place, and the gap bytes are read and written back unchanged.
+// 32 elements (four vectors of words) at a stride of 5 as five whole 32-byte vectors. Each 128-bit
+// lane of the output holds bytes of at most four consecutive elements, from the one its first byte
+// belongs to; their words are gathered into the lane and shuffled into place, and the gap bytes are
+// read and written back unchanged.
 struct Stride5Tables {
   int8_t place[160];  // byte of the lane's words for each output byte, -1 for a gap
   int8_t gap[160];    // -1 for a gap byte
@@ -240,11 +255,8 @@ constexpr Stride5Tables MakeStride5Tables() {
   }
   return t;
 }
-inline void StoreTriples32At5(uint8_t *out, const uint32_t *in) {
+inline void StoreTriples32At5(uint8_t *out, const __m256i (&v)[4]) {
   alignas(32) static constexpr Stride5Tables kT = MakeStride5Tables();
-  __m256i v[4];
-  for (int q = 0; q < 4; ++q)
-    v[q] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 8 * q));
   auto idx = [](int a, int b, int c, int d, int e, int f, int g, int h) {
     return _mm256_setr_epi32(a, b, c, d, e, f, g, h);
   };
@@ -285,7 +297,11 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t tota
     }
   } else {
     for (; i + 32 <= n && 5 * i + 160 <= bytes; i += 32) {
-      StoreTriples32At5(out + 5 * i, in + i);
+      __m256i v[4];
+      for (int q = 0; q < 4; ++q) {
+        v[q] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + i + 8 * q));
+      }
+      StoreTriples32At5(out + 5 * i, v);
     }
   }
 #endif
