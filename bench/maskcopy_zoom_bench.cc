@@ -59,4 +59,6 @@ rkb::Setup Zoom(ZoomFn fn, int bpp, bool up) {
 RKB_CUSTOM(RkZoom16_2xUp, Zoom(&RkZoom16, 2, true));
 RKB_CUSTOM(RkZoom16_2xDown, Zoom(&RkZoom16, 2, false));
 RKB_CUSTOM(RkZoom32_2xUp, Zoom(&RkZoom32, 4, true));
+RKB_CUSTOM(RkZoom24_2xUp, Zoom(&RkZoom24, 3, true));
+RKB_CUSTOM(RkZoom24_2xDown, Zoom(&RkZoom24, 3, false));
 RKB_CUSTOM(RkZoom32_2xDown, Zoom(&RkZoom32, 4, false));
