@@ -2,8 +2,8 @@
 // destination row that samples the same source row as the row above is a copy of
 // it. Members that only read their source scale a row with plain loops the
 // compiler vectorises for the common steps (1:1, 2x up, 2x down) and with the
-// 16.16 stepper otherwise; RkZoom24 keeps the reference's order in every row
-// (destination pixel, then the stamp into its source pixel).
+// 16.16 stepper otherwise; RkZoom24 does the same with its samples first and the
+// stamps into its source after them.
 #include <cstring>
 
 #include "frame/zoom.h"
@@ -67,13 +67,43 @@ void ScaleRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, uint3
   }
 }
 
-template <class K>
-void StampRow(uint8_t *d, uint8_t *s, size_t n, uint32_t stepX) {
-  Step16 fx;
-  for (size_t i = 0; i < n; ++i) {
-    uint8_t *sample = s;
-    s = AddrAdd(s, Units(fx.Next(stepX), K::kBpp));
-    K::Sample(RawMem{}, RawMem{}, d + i * K::kBpp, sample);
+// A 24-bit row: destination pixel i gets bytes (b0, b1, b0) of the source pixel it
+// samples, whose byte 2 then becomes its byte 0. The destination never meets the
+// source here and no sample reads a byte 2, so all samples may come first and the
+// stamps after them; the common steps then run as plain loops over bytes.
+void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, size_t n, uint32_t stepX) {
+  auto samples = [&](auto col) {
+    for (size_t i = 0; i < n; ++i) {
+      const size_t c = col(i);
+      d[3 * i] = s[3 * c];
+      d[3 * i + 1] = s[3 * c + 1];
+      d[3 * i + 2] = s[3 * c];
+    }
+  };
+  auto stamps = [&](size_t count, size_t stride) {
+    for (size_t j = 0; j < count; ++j) s[3 * stride * j + 2] = s[3 * stride * j];
+  };
+  switch (stepX) {
+    case 0x10000:
+      samples([](size_t i) { return i; });
+      stamps(n, 1);
+      return;
+    case 0x8000:  // every source pixel twice
+      samples([](size_t i) { return i / 2; });
+      stamps((n + 1) / 2, 1);
+      return;
+    case 0x20000:
+      samples([](size_t i) { return 2 * i; });
+      stamps(n, 2);
+      return;
+    default: {
+      Step16 fx;
+      for (size_t i = 0; i < n; ++i) {
+        uint8_t *sample = s;
+        s = AddrAdd(s, Units(fx.Next(stepX), 3));
+        Zoom24::Sample(RawMem{}, RawMem{}, d + 3 * i, sample);
+      }
+    }
   }
 }
 
@@ -92,7 +122,7 @@ void ZoomFast(const ZoomArgs &a) {
     if (prevD && s == prevS && rowsApart) {
       std::memcpy(d, prevD, rowBytes);
     } else if constexpr (K::kWritesSrc) {
-      StampRow<K>(d, s, n, stepX);
+      StampRow24(d, s, n, stepX);
     } else {
       // Only a hint: the address is never read unless it is the next row's.
       ScaleRow<typename K::Word>(d, s, y + 1 < a.h ? next : nullptr, n, stepX);
