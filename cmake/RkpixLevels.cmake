@@ -21,7 +21,10 @@ elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|X86)$" OR
        (CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 4))
   set(RK_LEVELS base sse2)
   set(RK_LEVEL_ENUM_base kBase)
-  set(RK_LEVEL_FLAGS_base "")
+  # Without a vector unit GCC 12 still vectorises loops, in 32-bit general registers, and
+  # gets a loop of byte products wrong there (a lane's carry reaches its neighbour): the
+  # baseline runs its loops one element at a time.
+  set(RK_LEVEL_FLAGS_base -fno-tree-vectorize)
   set(RK_LEVEL_ENUM_sse2 kSse2)
   set(RK_LEVEL_FLAGS_sse2 -msse2)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64|ARM64)$")
