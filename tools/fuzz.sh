@@ -6,7 +6,12 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds="${1:-60}"
 tools/deps.sh clang libclang-rt-14-dev >/dev/null
-cmake --workflow --preset fuzz >/dev/null
+mkdir -p build
+if ! cmake --workflow --preset fuzz >build/fuzz-build.log 2>&1; then
+  grep -E 'error|FAILED' build/fuzz-build.log | head -n 20
+  echo "fuzzer build failed; see build/fuzz-build.log"
+  exit 1
+fi
 mkdir -p build/fuzz/corpus
 rc=0
 build/fuzz/fuzz/rkpix_fuzz build/fuzz/corpus fuzz/corpus -max_total_time="$seconds" \
