@@ -109,13 +109,7 @@ constexpr LanePlan MakePlan() {
   return p;
 }
 
-// Byte maps of the common steps. Stamp<P> is the stamp of every (P / 3)-th pixel in
-// place: byte 2 of it takes its byte 0, every other byte stays.
-template <int P>
-struct Stamp {
-  static constexpr int kIn = 96;
-  static constexpr int At(int o) { return o % P == 2 ? o - 2 : o; }
-};
+// Byte maps of the sampling steps.
 struct Doubled {  // destination pixels 2i and 2i + 1 from source pixel i
   static constexpr int kIn = 48;
   static constexpr int At(int o) { return 3 * (o / 6) + (o % 3 == 1); }
@@ -134,11 +128,9 @@ inline __m256i LoadLanes(const uint8_t *in, const int (&lo)[2], const int (&hi)[
 }
 
 // Whole blocks of output while the block's output lies inside outBytes and its reads
-// inside inBytes; `also` (or null) gets the same bytes. An output may be its input:
-// every byte a block picks is one that no block changes. Returns the blocks done.
+// inside inBytes. Returns the blocks done.
 template <class F>
-size_t GatherBlocks(uint8_t *out, uint8_t *also, const uint8_t *in, size_t outBytes,
-                    size_t inBytes) {
+size_t GatherBlocks(uint8_t *out, const uint8_t *in, size_t outBytes, size_t inBytes) {
   constexpr const LanePlan &p = kPlan<F>;
   size_t b = 0;
   for (; 96 * (b + 1) <= outBytes && p.in * b + p.reach <= inBytes; ++b) {
@@ -153,7 +145,39 @@ size_t GatherBlocks(uint8_t *out, uint8_t *also, const uint8_t *in, size_t outBy
             v[j], _mm256_shuffle_epi8(LoadLanes(i, p.at[2 * j], p.at[2 * j + 1], 1), m1));
       }
       _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 96 * b + 32 * j), v[j]);
-      if (also) _mm256_storeu_si256(reinterpret_cast<__m256i *>(also + 96 * b + 32 * j), v[j]);
+    }
+  }
+  return b;
+}
+
+// The stamps of every (P / 3)-th pixel over whole 96-byte blocks of `in`: byte 2 of
+// such a pixel takes its byte 0, every other byte stays; `out` gets the result and
+// `also` (or null) the same. `out` may be `in`: the byte 0 two places back comes from
+// the loads already in registers, so no load reads bytes just stored. Returns the
+// blocks done.
+template <int P>
+constexpr auto kStampMask = [] {
+  struct {
+    alignas(32) uint8_t m[3][32];
+  } r{};
+  for (int o = 0; o < 96; ++o) r.m[o / 32][o % 32] = o % P == 2 ? 0x80 : 0;
+  return r;
+}();
+
+template <int P>
+size_t StampBlocks(uint8_t *out, uint8_t *also, const uint8_t *in, size_t bytes) {
+  __m256i prev = _mm256_setzero_si256();
+  size_t b = 0;
+  for (; 96 * (b + 1) <= bytes; ++b) {
+    for (int j = 0; j < 3; ++j) {
+      const size_t at = 96 * b + 32 * j;
+      const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + at));
+      const __m256i back = _mm256_alignr_epi8(v, _mm256_permute2x128_si256(prev, v, 0x21), 14);
+      const __m256i m = _mm256_load_si256(reinterpret_cast<const __m256i *>(kStampMask<P>.m[j]));
+      const __m256i r = _mm256_blendv_epi8(v, back, m);
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + at), r);
+      if (also) _mm256_storeu_si256(reinterpret_cast<__m256i *>(also + at), r);
+      prev = v;
     }
   }
   return b;
@@ -181,7 +205,7 @@ void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, size_t n, uint32_t
   switch (stepX) {
     case 0x10000:  // the destination and the stamped source hold the same bytes
 #if defined(__AVX2__)
-      done = stamped = 32 * GatherBlocks<Stamp<3>>(d, s, s, 3 * n, 3 * n);
+      done = stamped = 32 * StampBlocks<3>(d, s, s, 3 * n);
 #endif
       samples(done, [](size_t i) { return i; });
       stamps(stamped, n, 1);
@@ -189,8 +213,8 @@ void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, size_t n, uint32_t
     case 0x8000: {  // every source pixel twice
       const size_t m = (n + 1) / 2;
 #if defined(__AVX2__)
-      done = 32 * GatherBlocks<Doubled>(d, nullptr, s, 3 * n, 3 * m);
-      stamped = 32 * GatherBlocks<Stamp<3>>(s, nullptr, s, 3 * m, 3 * m);
+      done = 32 * GatherBlocks<Doubled>(d, s, 3 * n, 3 * m);
+      stamped = 32 * StampBlocks<3>(s, nullptr, s, 3 * m);
 #endif
       samples(done, [](size_t i) { return i / 2; });
       stamps(stamped, m, 1);
@@ -199,8 +223,8 @@ void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, size_t n, uint32_t
     case 0x20000: {
       [[maybe_unused]] const size_t reach = 6 * n - 3;  // the last sample's byte 2 ends the row
 #if defined(__AVX2__)
-      done = 32 * GatherBlocks<Halved>(d, nullptr, s, 3 * n, reach);
-      stamped = 16 * GatherBlocks<Stamp<6>>(s, nullptr, s, reach, reach);
+      done = 32 * GatherBlocks<Halved>(d, s, 3 * n, reach);
+      stamped = 16 * StampBlocks<6>(s, nullptr, s, reach);
 #endif
       samples(done, [](size_t i) { return 2 * i; });
       stamps(stamped, n, 2);
