@@ -128,13 +128,18 @@ inline __m256i LoadLanes(const uint8_t *in, const int (&lo)[2], const int (&hi)[
 }
 
 // Whole blocks of output while the block's output lies inside outBytes and its reads
-// inside inBytes. Returns the blocks done.
+// inside inBytes. `next` (or null) is the input row sampled next, fetched into the
+// cache one row ahead of the reads. Returns the blocks done.
 template <class F>
-size_t GatherBlocks(uint8_t *out, const uint8_t *in, size_t outBytes, size_t inBytes) {
+size_t GatherBlocks(uint8_t *out, const uint8_t *in, const uint8_t *next, size_t outBytes,
+                    size_t inBytes) {
   constexpr const LanePlan &p = kPlan<F>;
   size_t b = 0;
   for (; 96 * (b + 1) <= outBytes && p.in * b + p.reach <= inBytes; ++b) {
     const uint8_t *i = in + p.in * b;
+    if (next) {
+      for (int c = 0; c < p.in; c += 64) __builtin_prefetch(next + p.in * b + c);
+    }
     __m256i v[3];
     for (int j = 0; j < 3; ++j) {
       const __m256i m0 = _mm256_load_si256(reinterpret_cast<const __m256i *>(p.pick[j][0]));
@@ -189,7 +194,8 @@ size_t StampBlocks(uint8_t *out, uint8_t *also, const uint8_t *in, size_t bytes)
 // source here and no sample reads a byte 2, so all samples may come first and the
 // stamps after them; the common steps run as byte shuffles over whole blocks where
 // the level has them, and as plain loops over bytes for the rest of the row.
-void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, size_t n, uint32_t stepX) {
+void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, [[maybe_unused]] const uint8_t *next,
+                size_t n, uint32_t stepX) {
   auto samples = [&](size_t from, auto col) {
     for (size_t i = from; i < n; ++i) {
       const size_t c = col(i);
@@ -213,7 +219,7 @@ void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, size_t n, uint32_t
     case 0x8000: {  // every source pixel twice
       const size_t m = (n + 1) / 2;
 #if defined(__AVX2__)
-      done = 32 * GatherBlocks<Doubled>(d, s, 3 * n, 3 * m);
+      done = 32 * GatherBlocks<Doubled>(d, s, nullptr, 3 * n, 3 * m);
       stamped = 32 * StampBlocks<3>(s, nullptr, s, 3 * m);
 #endif
       samples(done, [](size_t i) { return i / 2; });
@@ -223,7 +229,7 @@ void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, size_t n, uint32_t
     case 0x20000: {
       [[maybe_unused]] const size_t reach = 6 * n - 3;  // the last sample's byte 2 ends the row
 #if defined(__AVX2__)
-      done = 32 * GatherBlocks<Halved>(d, s, 3 * n, reach);
+      done = 32 * GatherBlocks<Halved>(d, s, next, 3 * n, reach);
       stamped = 16 * StampBlocks<6>(s, nullptr, s, reach);
 #endif
       samples(done, [](size_t i) { return 2 * i; });
@@ -256,7 +262,7 @@ void ZoomFast(const ZoomArgs &a) {
     if (prevD && s == prevS && rowsApart) {
       std::memcpy(d, prevD, rowBytes);
     } else if constexpr (K::kWritesSrc) {
-      StampRow24(d, s, n, stepX);
+      StampRow24(d, s, y + 1 < a.h ? next : nullptr, n, stepX);
     } else {
       // Only a hint: the address is never read unless it is the next row's.
       ScaleRow<typename K::Word>(d, s, y + 1 < a.h ? next : nullptr, n, stepX);
