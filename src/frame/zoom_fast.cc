@@ -6,6 +6,10 @@
 // stamps into its source after them.
 #include <cstring>
 
+#if defined(__AVX2__)
+#include <immintrin.h>
+#endif
+
 #include "frame/zoom.h"
 #include "module/fast.h"
 
@@ -67,35 +71,171 @@ void ScaleRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, uint3
   }
 }
 
+#if defined(__AVX2__)
+// A 96-byte output block as six 16-byte lanes: output byte o of a block is input
+// byte F::At(o) of it, and a block advances the input by F::kIn bytes. Each lane
+// gathers its bytes with byte shuffles from one or two 16-byte loads.
+struct LanePlan {
+  alignas(32) uint8_t pick[3][2][32];  // vector, load: shuffle masks of its two lanes
+  int at[6][2];                        // lane, load: input offset
+  bool two[3];                         // the vector needs its second loads
+  int in;                              // input bytes a block advances
+  int reach;                           // input bytes a block reads from its start
+};
+
+template <class F>
+constexpr LanePlan MakePlan() {
+  LanePlan p{};
+  p.in = F::kIn;
+  for (int l = 0; l < 6; ++l) {
+    int lo = F::At(16 * l), hi = lo;
+    for (int k = 0; k < 16; ++k) {
+      lo = F::At(16 * l + k) < lo ? F::At(16 * l + k) : lo;
+      hi = F::At(16 * l + k) > hi ? F::At(16 * l + k) : hi;
+    }
+    const bool two = hi - lo >= 16;
+    const int a0 = two ? lo : (hi - 15 > 0 ? hi - 15 : 0), a1 = two ? hi - 15 : a0;
+    p.at[l][0] = a0;
+    p.at[l][1] = a1;
+    p.two[l / 2] = p.two[l / 2] || two;
+    p.reach = a1 + 16 > p.reach ? a1 + 16 : p.reach;
+    for (int k = 0; k < 16; ++k) {
+      const int i = F::At(16 * l + k);
+      const bool first = i - a0 < 16;
+      p.pick[l / 2][0][16 * (l % 2) + k] = static_cast<uint8_t>(first ? i - a0 : 0x80);
+      p.pick[l / 2][1][16 * (l % 2) + k] = static_cast<uint8_t>(first ? 0x80 : i - a1);
+    }
+  }
+  return p;
+}
+
+// Byte maps of the sampling steps.
+struct Doubled {  // destination pixels 2i and 2i + 1 from source pixel i
+  static constexpr int kIn = 48;
+  static constexpr int At(int o) { return 3 * (o / 6) + (o % 3 == 1); }
+};
+struct Halved {  // destination pixel i from source pixel 2i
+  static constexpr int kIn = 192;
+  static constexpr int At(int o) { return 6 * (o / 3) + (o % 3 == 1); }
+};
+template <class F>
+constexpr LanePlan kPlan = MakePlan<F>();
+
+inline __m256i LoadLanes(const uint8_t *in, const int (&lo)[2], const int (&hi)[2], int k) {
+  return _mm256_inserti128_si256(
+      _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in + lo[k]))),
+      _mm_loadu_si128(reinterpret_cast<const __m128i *>(in + hi[k])), 1);
+}
+
+// Whole blocks of output while the block's output lies inside outBytes and its reads
+// inside inBytes. `next` (or null) is the input row sampled next, fetched into the
+// cache one row ahead of the reads. Returns the blocks done.
+template <class F>
+size_t GatherBlocks(uint8_t *out, const uint8_t *in, const uint8_t *next, size_t outBytes,
+                    size_t inBytes) {
+  constexpr const LanePlan &p = kPlan<F>;
+  size_t b = 0;
+  for (; 96 * (b + 1) <= outBytes && p.in * b + p.reach <= inBytes; ++b) {
+    const uint8_t *i = in + p.in * b;
+    if (next) {
+      for (int c = 0; c < p.in; c += 64) __builtin_prefetch(next + p.in * b + c);
+    }
+    __m256i v[3];
+    for (int j = 0; j < 3; ++j) {
+      const __m256i m0 = _mm256_load_si256(reinterpret_cast<const __m256i *>(p.pick[j][0]));
+      v[j] = _mm256_shuffle_epi8(LoadLanes(i, p.at[2 * j], p.at[2 * j + 1], 0), m0);
+      if (p.two[j]) {
+        const __m256i m1 = _mm256_load_si256(reinterpret_cast<const __m256i *>(p.pick[j][1]));
+        v[j] = _mm256_or_si256(
+            v[j], _mm256_shuffle_epi8(LoadLanes(i, p.at[2 * j], p.at[2 * j + 1], 1), m1));
+      }
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 96 * b + 32 * j), v[j]);
+    }
+  }
+  return b;
+}
+
+// The stamps of every (P / 3)-th pixel over whole 96-byte blocks of `in`: byte 2 of
+// such a pixel takes its byte 0, every other byte stays; `out` gets the result and
+// `also` (or null) the same. `out` may be `in`: the byte 0 two places back comes from
+// the loads already in registers, so no load reads bytes just stored. Returns the
+// blocks done.
+template <int P>
+constexpr auto kStampMask = [] {
+  struct {
+    alignas(32) uint8_t m[3][32];
+  } r{};
+  for (int o = 0; o < 96; ++o) r.m[o / 32][o % 32] = o % P == 2 ? 0x80 : 0;
+  return r;
+}();
+
+template <int P>
+size_t StampBlocks(uint8_t *out, uint8_t *also, const uint8_t *in, size_t bytes) {
+  __m256i prev = _mm256_setzero_si256();
+  size_t b = 0;
+  for (; 96 * (b + 1) <= bytes; ++b) {
+    for (int j = 0; j < 3; ++j) {
+      const size_t at = 96 * b + 32 * j;
+      const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + at));
+      const __m256i back = _mm256_alignr_epi8(v, _mm256_permute2x128_si256(prev, v, 0x21), 14);
+      const __m256i m = _mm256_load_si256(reinterpret_cast<const __m256i *>(kStampMask<P>.m[j]));
+      const __m256i r = _mm256_blendv_epi8(v, back, m);
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + at), r);
+      if (also) _mm256_storeu_si256(reinterpret_cast<__m256i *>(also + at), r);
+      prev = v;
+    }
+  }
+  return b;
+}
+#endif
+
 // A 24-bit row: destination pixel i gets bytes (b0, b1, b0) of the source pixel it
 // samples, whose byte 2 then becomes its byte 0. The destination never meets the
 // source here and no sample reads a byte 2, so all samples may come first and the
-// stamps after them; the common steps then run as plain loops over bytes.
-void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, size_t n, uint32_t stepX) {
-  auto samples = [&](auto col) {
-    for (size_t i = 0; i < n; ++i) {
+// stamps after them; the common steps run as byte shuffles over whole blocks where
+// the level has them, and as plain loops over bytes for the rest of the row.
+void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, [[maybe_unused]] const uint8_t *next,
+                size_t n, uint32_t stepX) {
+  auto samples = [&](size_t from, auto col) {
+    for (size_t i = from; i < n; ++i) {
       const size_t c = col(i);
       d[3 * i] = s[3 * c];
       d[3 * i + 1] = s[3 * c + 1];
       d[3 * i + 2] = s[3 * c];
     }
   };
-  auto stamps = [&](size_t count, size_t stride) {
-    for (size_t j = 0; j < count; ++j) s[3 * stride * j + 2] = s[3 * stride * j];
+  auto stamps = [&](size_t from, size_t count, size_t stride) {
+    for (size_t j = from; j < count; ++j) s[3 * stride * j + 2] = s[3 * stride * j];
   };
+  [[maybe_unused]] size_t done = 0, stamped = 0;  // pixels the blocks finished
   switch (stepX) {
-    case 0x10000:
-      samples([](size_t i) { return i; });
-      stamps(n, 1);
+    case 0x10000:  // the destination and the stamped source hold the same bytes
+#if defined(__AVX2__)
+      done = stamped = 32 * StampBlocks<3>(d, s, s, 3 * n);
+#endif
+      samples(done, [](size_t i) { return i; });
+      stamps(stamped, n, 1);
       return;
-    case 0x8000:  // every source pixel twice
-      samples([](size_t i) { return i / 2; });
-      stamps((n + 1) / 2, 1);
+    case 0x8000: {  // every source pixel twice
+      const size_t m = (n + 1) / 2;
+#if defined(__AVX2__)
+      done = 32 * GatherBlocks<Doubled>(d, s, nullptr, 3 * n, 3 * m);
+      stamped = 32 * StampBlocks<3>(s, nullptr, s, 3 * m);
+#endif
+      samples(done, [](size_t i) { return i / 2; });
+      stamps(stamped, m, 1);
       return;
-    case 0x20000:
-      samples([](size_t i) { return 2 * i; });
-      stamps(n, 2);
+    }
+    case 0x20000: {
+      [[maybe_unused]] const size_t reach = 6 * n - 3;  // the last sample's byte 2 ends the row
+#if defined(__AVX2__)
+      done = 32 * GatherBlocks<Halved>(d, s, next, 3 * n, reach);
+      stamped = 16 * StampBlocks<6>(s, nullptr, s, reach);
+#endif
+      samples(done, [](size_t i) { return 2 * i; });
+      stamps(stamped, n, 2);
       return;
+    }
     default: {
       Step16 fx;
       for (size_t i = 0; i < n; ++i) {
@@ -122,7 +262,7 @@ void ZoomFast(const ZoomArgs &a) {
     if (prevD && s == prevS && rowsApart) {
       std::memcpy(d, prevD, rowBytes);
     } else if constexpr (K::kWritesSrc) {
-      StampRow24(d, s, n, stepX);
+      StampRow24(d, s, y + 1 < a.h ? next : nullptr, n, stepX);
     } else {
       // Only a hint: the address is never read unless it is the next row's.
       ScaleRow<typename K::Word>(d, s, y + 1 < a.h ? next : nullptr, n, stepX);
