@@ -2,14 +2,16 @@
 # Times every export at each fast level this CPU runs (the project's benchmark, 640x480 and
 # 1920x1080) and writes docs/speed.md: x_memcpy per export and level, the bar it is held to,
 # and bold where it is over. Extra arguments go to the benchmark (e.g. --benchmark_filter=RkTrans).
-# Run it on a quiet machine: the figures are only as steady as the load allows.
+# RKPIX_SPEED_JSON=DIR keeps the benchmark JSON files there. Run it on a quiet machine:
+# the figures are only as steady as the load allows.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${RKPIX_BUILD_DIR:-$root/build/release}
 cd "$root"
 [ -f "$build/CMakeCache.txt" ] || cmake --preset release
 cmake --build "$build" -j2 --target rkpix_bench
-out=$(mktemp -d)
+out=${RKPIX_SPEED_JSON:-$(mktemp -d)}  # where the benchmark JSON files go
+mkdir -p "$out"
 levels=$("$build/bench/rkpix_bench" --benchmark_list_tests=true --list-levels 2>/dev/null | sed -n 's/^levels: //p')
 files=()
 for l in $levels; do
