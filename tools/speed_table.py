@@ -41,8 +41,10 @@ def main():
     print(f'Kernel time over the time of a memcpy of the same destination rectangle, measured in the '
           f'same run (median of 3), on {machine}, {cpu}. Written by `tools/speed.sh`. Bold: over the '
           f'bar (1.5 for plain, keyed, opacity and level members and colour conversions; 2 for '
-          f'channel and 24-bit members and the other conversions). The figures move with the '
-          f'load of the machine they were taken on.\n')
+          f'channel and 24-bit members and the other conversions). The memcpy is the C '
+          f'library\'s, which uses the widest vectors the CPU has whatever level rkpix runs, so '
+          f'the lower levels race a wider copy. The figures move with the load of the machine '
+          f'they were taken on.\n')
     print('| Export | Bar | ' + ' | '.join(f'{l} {s}' for l in levels for s in sizes) + ' |')
     print('|---|--:|' + '--:|' * (len(levels) * len(sizes)))
     over = collections.Counter()
