@@ -215,8 +215,8 @@ void RunBlit(const BlitCall &call) {
     if (inside && allApart && h > 1 && call.dst->pitch == rowBytes && call.src->pitch == rowBytes &&
         rowBytes < kJoinBytes) {
       const int32_t rows = static_cast<int32_t>(kJoinBytes / rowBytes);
-      for (int32_t y = 0; y < h; y += rows) {
-        const int32_t n = std::min(rows, h - y);
+      for (int32_t left = h; left > 0; left -= std::min(rows, left)) {
+        const int32_t n = std::min(rows, left);
         row.w = r.width * n;
         fast(row);
         row.d = AddrAdd(row.d, rowBytes * n);
