@@ -129,6 +129,17 @@ std::string RunCase(const ConvShape &c, rkt::Rng &rng) {
     if (hi > lo) w.Allow(dw[k].buf, dw[k].at + lo, dw[k].at + hi);
   }
   for (int k = 0; k < c.ns; ++k) s[k] = w.Data(sw[k].buf) + sw[k].at;
+  // 16-bit elements now and then take values on the formats' edges, which random words
+  // almost never hit (a read-back turns at 1023, say).
+  static constexpr uint16_t kEdges[] = {0,    31,   32,     255,    256,   1022,
+                                        1023, 1024, 0x7FFF, 0x8000, 0xFFFF};
+  if (c.s.stride == 2 && rng.Chance(0.5)) {
+    for (int k = 0; k < c.ns; ++k) {
+      for (uint32_t i = 0; i < n; ++i) {
+        if (rng.Chance(0.3)) std::memcpy(s[k] + 2 * i, &kEdges[rng.Range(0, 10)], 2);
+      }
+    }
+  }
   // Members that take their B plane from the G array get a decoy argument.
   int decoy = w.AddBuffer(rng, 16);
   if (c.dstBAt >= 0) {

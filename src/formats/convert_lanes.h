@@ -118,9 +118,9 @@ struct Lanes {
   // Unsigned minimum from a saturating subtraction: a - max(a - b, 0).
   static V Min(V a, V b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
   static V Xor(V a, V b) { return _mm_xor_si128(a, b); }
-  // All ones in the lanes of a at least k: where k - 1 - a saturates to 0.
+  // All ones in the lanes of a at least k: where k - a saturates to 0.
   static V AtLeast(V a, int k) {
-    return _mm_cmpeq_epi16(_mm_subs_epu16(Set(k - 1), a), _mm_setzero_si128());
+    return _mm_cmpeq_epi16(_mm_subs_epu16(Set(k), a), _mm_setzero_si128());
   }
   static V OddFrom(V even, V odd) {
     const V oddLanes = _mm_set1_epi32(static_cast<int>(0xFFFF0000));
