@@ -272,87 +272,22 @@ int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 #endif
 
 #if defined(RK_CHAN_VEC)
-// 3-byte pixels gathered into 32-bit lanes (the fourth byte 0), 16 a step with
-// AVX-512BW, 8 with AVX2 and 4 with SSE2, for fn as Rows32 has them, and packed back. A
-// step reads 16 (8, 4) bytes past its pixels, so steps run while that much of the row
-// remains.
+// 3-byte pixels gathered into 32-bit lanes (the fourth byte 0), VB::kBytes / 4 a step,
+// for fn as Rows32 has them, and joined back. With kKeyed, fn's Kept result is stored
+// as it is, not at all, or blended with the destination.
 template <int CE, bool kKeyed, class Fn>
 int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
   int64_t i = 0;
-  // Steps of V::kBytes / 4 pixels while V::kBytes bytes of the row remain: expand(p)
-  // gathers them, put(p, v) packs and stores them. With kKeyed, fn's Kept result is
-  // stored as it is, not at all, or blended with the destination.
-  auto steps = [&](auto tag, auto expand, auto put) {
-    using V = decltype(tag);
-    for (; 3 * i + V::kBytes <= 3 * count; i += V::kBytes / 4) {
-      uint8_t *p = d + 3 * i;
-      auto out = fn(V{}, expand(s + 3 * i), vec::ElemsPix<V, CE>(c + CE * i), i);
-      if constexpr (!kKeyed) {
-        put(p, out);
-      } else {
-        vec::StoreKept<V>(
-            out, [&] { return expand(p); }, [&](typename V::T v) { put(p, v); });
-      }
+  for (; 3 * i + 3 * VB::kBytes / 4 + VB::kOver24 <= 3 * count; i += VB::kBytes / 4) {
+    uint8_t *p = d + 3 * i;
+    auto out = fn(VB{}, VB::Spread24(s + 3 * i), vec::ElemsPix<VB, CE>(c + CE * i), i);
+    if constexpr (!kKeyed) {
+      VB::Join24(p, out);
+    } else {
+      vec::StoreKept<VB>(
+          out, [&] { return VB::Spread24(p); }, [&](VB::T v) { VB::Join24(p, v); });
     }
-  };
-#if defined(__AVX2__)
-  const __m128i gather128 =
-      _mm_setr_epi8(0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128);
-  const __m128i pack128 =
-      _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128);
-#endif
-#if defined(__AVX512BW__)
-  const __m512i split = _mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12);
-  const __m512i join = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15);
-  const __m512i gather = _mm512_broadcast_i32x4(gather128), pack = _mm512_broadcast_i32x4(pack128);
-  steps(
-      vec::V512{},
-      [&](const uint8_t *p) {
-        return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(split, _mm512_loadu_si512(p)), gather);
-      },
-      [&](uint8_t *p, __m512i v) {
-        v = _mm512_permutexvar_epi32(join, _mm512_shuffle_epi8(v, pack));
-        _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), _mm512_castsi512_si256(v));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 32), _mm512_extracti32x4_epi32(v, 2));
-      });
-#endif
-#if defined(__AVX2__)
-  const __m256i split8 = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
-  const __m256i join8 = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
-  const __m256i gather8 = _mm256_broadcastsi128_si256(gather128),
-                pack8 = _mm256_broadcastsi128_si256(pack128);
-  steps(
-      vec::V256{},
-      [&](const uint8_t *p) {
-        __m256i raw = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
-        return _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(raw, split8), gather8);
-      },
-      [&](uint8_t *p, __m256i v) {
-        v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack8), join8);
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm256_castsi256_si128(v));
-        _mm_storel_epi64(reinterpret_cast<__m128i *>(p + 16), _mm256_extracti128_si256(v, 1));
-      });
-#else
-  // SSE2 has no byte shuffle: pixels 1..3 come down by whole-register byte shifts and
-  // are interleaved; on the way back each 64-bit half joins its two pixels into 6 bytes.
-  const __m128i three = _mm_set1_epi32(0xFFFFFF);
-  const __m128i low = _mm_set1_epi64x(0xFFFFFF), high = _mm_set1_epi64x(0xFFFFFF000000);
-  steps(
-      vec::V128{},
-      [&](const uint8_t *p) {
-        __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
-        __m128i a = _mm_unpacklo_epi32(x, _mm_srli_si128(x, 3));
-        __m128i b = _mm_unpacklo_epi32(_mm_srli_si128(x, 6), _mm_srli_si128(x, 9));
-        return _mm_and_si128(_mm_unpacklo_epi64(a, b), three);
-      },
-      [&](uint8_t *p, __m128i v) {
-        __m128i q = _mm_or_si128(_mm_and_si128(v, low), _mm_and_si128(_mm_srli_epi64(v, 8), high));
-        __m128i out = _mm_or_si128(_mm_move_epi64(q), _mm_slli_si128(_mm_srli_si128(q, 8), 6));
-        _mm_storel_epi64(reinterpret_cast<__m128i *>(p), out);
-        auto last = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(out, 8)));
-        std::memcpy(p + 8, &last, 4);
-      });
-#endif
+  }
   return i;
 }
 #endif

@@ -1,70 +1,59 @@
-// Vector forms of the channel members' per-pixel formulas, written once over a small
-// set of register operations: 256-bit (AVX2, also used by the AVX-512 build) and
-// 128-bit (SSE2). Every formula works in 16-bit lanes exactly as its scalar form in
+// Vector forms of the channel members' per-pixel formulas, written once over the
+// registers of module/registers.h at every width (V128, V256, V512 add the channel
+// rows' own operations). Every formula works in 16-bit lanes exactly as its scalar form in
 // channel_arith.h / arith.h, so results are the same bit for bit. Only included by the
 // fast translation units.
 #pragma once
 
 #include <cstdint>
-#if defined(__SSE2__)
-#include <immintrin.h>
-#endif
 
 #include "brightness/channel_arith.h"
-#include "module/isa.h"
+#include "module/registers.h"
 
 RK_NS_BEGIN
 namespace bright {
 namespace vec {
 
+#if RK_REGISTERS
+// A register of module/registers.h with the channel rows' own operations:
+// OrIfGt16(x, a, b) is x | (a > b, signed), SelectEq16(a, b, yes, no) picks by a == b,
+// LeftPix gives each 32-bit pair of lanes its left one (lanes 0 0 2 2 ...); Elems16
+// loads kBytes / 2 channel elements of CE bytes as 16-bit lanes in order, Elems32
+// kBytes / 4 of them as 16-bit lanes, each 128 bits holding in its low 64 bits the
+// elements of the pixels it holds.
+template <class B>
+struct ChanOps : B {
+  using T = typename B::T;
+  static T OrIfGt16(T x, T a, T b) { return B::Or(x, B::Gt16(a, b)); }
+  static T SelectEq16(T a, T b, T yes, T no) { return B::Select(B::Eq16(a, b), yes, no); }
+};
+
+struct V128 : ChanOps<reg::R128> {
+  static T LeftPix(T a) { return _mm_shuffle_epi32(a, 0xA0); }
+  template <int CE>
+  static T Elems16(const uint8_t *c) {
+    if constexpr (CE == 2) return Load(c);
+    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const T *>(c)), Zero());
+  }
+  template <int CE>
+  static T Elems32(const uint8_t *c) {
+    if constexpr (CE == 2) return _mm_loadl_epi64(reinterpret_cast<const T *>(c));
+    int32_t four;
+    __builtin_memcpy(&four, c, 4);
+    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(four), Zero());
+  }
+};
+#endif
+
 #if defined(__AVX2__)
-// 256-bit registers: 16 pixels of 2 bytes, 8 of 4 bytes. Unpacks and packs work per
-// 128-bit half, and the element layouts below follow that.
-struct V256 {
-  using T = __m256i;
-  static constexpr int kBytes = 32;
-  static T Load(const uint8_t *p) { return _mm256_loadu_si256(reinterpret_cast<const T *>(p)); }
-  static void Store(uint8_t *p, T v) { _mm256_storeu_si256(reinterpret_cast<T *>(p), v); }
-  static T Zero() { return _mm256_setzero_si256(); }
-  static T Set16(uint32_t v) { return _mm256_set1_epi16(static_cast<int16_t>(v)); }
-  static T Set32(uint32_t v) { return _mm256_set1_epi32(static_cast<int32_t>(v)); }
-  static T Set64(uint64_t v) { return _mm256_set1_epi64x(static_cast<int64_t>(v)); }
-  static T And(T a, T b) { return _mm256_and_si256(a, b); }
-  static T AndNot(T a, T b) { return _mm256_andnot_si256(a, b); }  // ~a & b
-  static T Or(T a, T b) { return _mm256_or_si256(a, b); }
-  static T Xor(T a, T b) { return _mm256_xor_si256(a, b); }
-  static T AddsU16(T a, T b) { return _mm256_adds_epu16(a, b); }
-  static T Mullo16(T a, T b) { return _mm256_mullo_epi16(a, b); }
-  static T MulhiU16(T a, T b) { return _mm256_mulhi_epu16(a, b); }
-  static T MinU16(T a, T b) { return _mm256_min_epu16(a, b); }
-  template <int N>
-  static T Srl16(T a) {
-    return _mm256_srli_epi16(a, N);
-  }
-  template <int N>
-  static T Sll16(T a) {
-    return _mm256_slli_epi16(a, N);
-  }
-  static T CmpEq16(T a, T b) { return _mm256_cmpeq_epi16(a, b); }
-  static T CmpEq32(T a, T b) { return _mm256_cmpeq_epi32(a, b); }
-  static T CmpGt16(T a, T b) { return _mm256_cmpgt_epi16(a, b); }
-  static T Lo16(T a, T b) { return _mm256_unpacklo_epi16(a, b); }
-  static T Select(T m, T a, T b) { return _mm256_blendv_epi8(b, a, m); }  // m ? a : b
-  static T SwapPairs32(T a) { return _mm256_shuffle_epi32(a, 0xB1); }
-  static T OrIfGt16(T x, T a, T b) { return Or(x, CmpGt16(a, b)); }  // x | (a > b, signed)
-  static T SelectEq16(T a, T b, T yes, T no) { return Select(CmpEq16(a, b), yes, no); }
-  static T LeftPix(T a) { return _mm256_shuffle_epi32(a, 0xA0); }  // 32-bit lanes 0,0,2,2
-  static bool Any(T m) { return _mm256_movemask_epi8(m) != 0; }
-  static uint64_t Bits(T m) { return static_cast<uint32_t>(_mm256_movemask_epi8(m)); }
-  static constexpr uint64_t kAll = 0xFFFFFFFFu;  // Bits of an all-ones register
-  // kBytes / 2 channel elements of CE bytes as 16-bit lanes, in order.
+// Unpacks and packs work per 128-bit half, and the element layouts follow that.
+struct V256 : ChanOps<reg::R256> {
+  static T LeftPix(T a) { return _mm256_shuffle_epi32(a, 0xA0); }
   template <int CE>
   static T Elems16(const uint8_t *c) {
     if constexpr (CE == 2) return Load(c);
     return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
   }
-  // kBytes / 4 elements as 16-bit lanes, half h holding elements 4h..4h+3 in its low
-  // 64 bits (the pixels that half holds).
   template <int CE>
   static T Elems32(const uint8_t *c) {
     __m128i e;
@@ -79,40 +68,8 @@ struct V256 {
 #endif
 
 #if defined(__AVX512BW__)
-// 512-bit registers (AVX-512BW): 32 pixels of 2 bytes, 16 of 4 bytes. Comparisons give
-// whole-lane vector masks as the narrower registers do.
-struct V512 {
-  using T = __m512i;
-  static constexpr int kBytes = 64;
-  static T Load(const uint8_t *p) { return _mm512_loadu_si512(p); }
-  static void Store(uint8_t *p, T v) { _mm512_storeu_si512(p, v); }
-  static T Zero() { return _mm512_setzero_si512(); }
-  static T Set16(uint32_t v) { return _mm512_set1_epi16(static_cast<int16_t>(v)); }
-  static T Set32(uint32_t v) { return _mm512_set1_epi32(static_cast<int32_t>(v)); }
-  static T Set64(uint64_t v) { return _mm512_set1_epi64(static_cast<int64_t>(v)); }
-  static T And(T a, T b) { return _mm512_and_si512(a, b); }
-  static T AndNot(T a, T b) { return _mm512_andnot_si512(a, b); }
-  static T Or(T a, T b) { return _mm512_or_si512(a, b); }
-  static T Xor(T a, T b) { return _mm512_xor_si512(a, b); }
-  static T AddsU16(T a, T b) { return _mm512_adds_epu16(a, b); }
-  static T Mullo16(T a, T b) { return _mm512_mullo_epi16(a, b); }
-  static T MulhiU16(T a, T b) { return _mm512_mulhi_epu16(a, b); }
-  static T MinU16(T a, T b) { return _mm512_min_epu16(a, b); }
-  template <int N>
-  static T Srl16(T a) {
-    return _mm512_srli_epi16(a, N);
-  }
-  template <int N>
-  static T Sll16(T a) {
-    return _mm512_slli_epi16(a, N);
-  }
-  static T CmpEq16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
-  static T CmpEq32(T a, T b) { return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(a, b)); }
-  static T CmpGt16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpgt_epi16_mask(a, b)); }
-  static T Lo16(T a, T b) { return _mm512_unpacklo_epi16(a, b); }
-  static T Select(T m, T a, T b) { return _mm512_ternarylogic_epi32(m, a, b, 0xCA); }
-  static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
-  // Compares into mask registers, used directly.
+// The compares of OrIfGt16 and SelectEq16 go through the mask registers.
+struct V512 : reg::R512 {
   static T OrIfGt16(T x, T a, T b) {
     return _mm512_mask_mov_epi16(x, _mm512_cmpgt_epi16_mask(a, b), _mm512_set1_epi16(-1));
   }
@@ -120,9 +77,6 @@ struct V512 {
     return _mm512_mask_blend_epi16(_mm512_cmpeq_epi16_mask(a, b), no, yes);
   }
   static T LeftPix(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CCAA); }
-  static bool Any(T m) { return _mm512_test_epi8_mask(m, m) != 0; }
-  static uint64_t Bits(T m) { return _mm512_movepi8_mask(m); }
-  static constexpr uint64_t kAll = ~uint64_t{0};
   template <int CE>
   static T Elems16(const uint8_t *c) {
     if constexpr (CE == 2) return Load(c);
@@ -142,67 +96,11 @@ struct V512 {
 };
 #endif
 
-#if defined(__SSE2__)
-// 128-bit registers with SSE2 alone: 8 pixels of 2 bytes, 4 of 4 bytes.
-struct V128 {
-  using T = __m128i;
-  static constexpr int kBytes = 16;
-  static T Load(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const T *>(p)); }
-  static void Store(uint8_t *p, T v) { _mm_storeu_si128(reinterpret_cast<T *>(p), v); }
-  static T Zero() { return _mm_setzero_si128(); }
-  static T Set16(uint32_t v) { return _mm_set1_epi16(static_cast<int16_t>(v)); }
-  static T Set32(uint32_t v) { return _mm_set1_epi32(static_cast<int32_t>(v)); }
-  static T Set64(uint64_t v) { return _mm_set1_epi64x(static_cast<int64_t>(v)); }
-  static T And(T a, T b) { return _mm_and_si128(a, b); }
-  static T AndNot(T a, T b) { return _mm_andnot_si128(a, b); }
-  static T Or(T a, T b) { return _mm_or_si128(a, b); }
-  static T Xor(T a, T b) { return _mm_xor_si128(a, b); }
-  static T AddsU16(T a, T b) { return _mm_adds_epu16(a, b); }
-  static T Mullo16(T a, T b) { return _mm_mullo_epi16(a, b); }
-  static T MulhiU16(T a, T b) { return _mm_mulhi_epu16(a, b); }
-  static T MinU16(T a, T b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
-  template <int N>
-  static T Srl16(T a) {
-    return _mm_srli_epi16(a, N);
-  }
-  template <int N>
-  static T Sll16(T a) {
-    return _mm_slli_epi16(a, N);
-  }
-  static T CmpEq16(T a, T b) { return _mm_cmpeq_epi16(a, b); }
-  static T CmpEq32(T a, T b) { return _mm_cmpeq_epi32(a, b); }
-  static T CmpGt16(T a, T b) { return _mm_cmpgt_epi16(a, b); }
-  static T Lo16(T a, T b) { return _mm_unpacklo_epi16(a, b); }
-  static T Select(T m, T a, T b) {
-    return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
-  }
-  static T SwapPairs32(T a) { return _mm_shuffle_epi32(a, 0xB1); }
-  static T OrIfGt16(T x, T a, T b) { return Or(x, CmpGt16(a, b)); }
-  static T SelectEq16(T a, T b, T yes, T no) { return Select(CmpEq16(a, b), yes, no); }
-  static T LeftPix(T a) { return _mm_shuffle_epi32(a, 0xA0); }
-  static bool Any(T m) { return _mm_movemask_epi8(m) != 0; }
-  static uint64_t Bits(T m) { return static_cast<uint32_t>(_mm_movemask_epi8(m)); }
-  static constexpr uint64_t kAll = 0xFFFFu;
-  template <int CE>
-  static T Elems16(const uint8_t *c) {
-    if constexpr (CE == 2) return Load(c);
-    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const T *>(c)), Zero());
-  }
-  template <int CE>
-  static T Elems32(const uint8_t *c) {
-    if constexpr (CE == 2) return _mm_loadl_epi64(reinterpret_cast<const T *>(c));
-    int32_t four;
-    __builtin_memcpy(&four, c, 4);
-    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(four), Zero());
-  }
-};
-#endif
-
 // a > b for unsigned 16-bit lanes.
 template <class V>
 typename V::T CmpGtU16(typename V::T a, typename V::T b) {
   auto bias = V::Set16(0x8000);
-  return V::CmpGt16(V::Xor(a, bias), V::Xor(b, bias));
+  return V::Gt16(V::Xor(a, bias), V::Xor(b, bias));
 }
 
 // ---------------------------------------------------------------------------------
@@ -302,7 +200,7 @@ int64_t Rows16(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, ui
     }
 #endif
     // A register of key pixels only is left alone.
-    auto keep = V::CmpEq16(p, k);
+    auto keep = V::Eq16(p, k);
     if (V::Bits(keep) == V::kAll) continue;
     StoreKept<V>(
         {fn(p, e()), keep}, [&] { return V::Load(d + 2 * i); },
@@ -345,7 +243,7 @@ template <class V, bool kAnySigned = true>
 typename V::T LightPixBytes(typename V::T px, typename V::T c, typename V::T signedF) {
   auto keep = V::Set16(0xFFFF);
   if constexpr (kAnySigned) {
-    auto wraps = V::And(signedF, V::CmpGt16(V::Zero(), c));
+    auto wraps = V::And(signedF, V::Gt16(V::Zero(), c));
     keep = V::Xor(keep, V::And(wraps, V::Set16(0xFF00)));
   }
   auto byte = [&](typename V::T v8) {
@@ -368,7 +266,7 @@ typename V::T DarklePixBytes(typename V::T px, typename V::T c) {
 // The key mask of pixels in 32-bit lanes: bytes 0..2 equal to the key's.
 template <class V>
 typename V::T KeyMask32(typename V::T px, uint32_t key) {
-  return V::CmpEq32(V::And(px, V::Set32(kColourBytes)), V::Set32(key & kColourBytes));
+  return V::Eq32(V::And(px, V::Set32(kColourBytes)), V::Set32(key & kColourBytes));
 }
 
 }  // namespace vec

@@ -14,8 +14,8 @@ void FastDarkle1615(const RowArgs &r) {
   uint32_t k = LevelScale16(r.a);
   int64_t n = Pairs(r) * 4, done = 0;
 #if defined(__SSE2__)
-  done = simd::MapVectors(r.d, r.s, n,
-                          [kv = simd::Set16(k)](simd::V w) { return simd::DarkleLanes<F>(w, kv); });
+  done = simd::MapVectors(
+      r.d, r.s, n, [kv = simd::R::Set16(k)](simd::V w) { return simd::DarkleLanes<F>(w, kv); });
 #endif
   MapRow<2>(r.d + done, r.s + done, (n - done) / 2,
             [k](uint32_t p) { return DarkleLane<F>(p, k); });
@@ -28,7 +28,7 @@ void FastDarkleBytes(const RowArgs &r) {
   int64_t n = Bytes(r, Bpp), done = 0;
 #if defined(__SSE2__)
   done = simd::MapVectors(r.d, r.s, n,
-                          [sv = simd::Set16(s)](simd::V w) { return simd::DarkleBytes(w, sv); });
+                          [sv = simd::R::Set16(s)](simd::V w) { return simd::DarkleBytes(w, sv); });
 #endif
   MapRow<1>(r.d + done, r.s + done, n - done, [s](uint32_t v) { return DarkleByte(v, s); });
 }

@@ -22,60 +22,62 @@ template <class F>
 inline V PackFields(V r, V g, V b) {
 #if defined(__AVX512BW__)
   // Bitwise selects: depth 16's fields cover the word; depth 15 clears bit 15 first.
-  if constexpr (F::kRShift == 10) r = And(r, Set16(F::kR));
-  return Select(Set16(F::kR | 0x8000), r, Select(Set16(F::kB), b, g));
+  if constexpr (F::kRShift == 10) r = R::And(r, R::Set16(F::kR));
+  return R::Select(R::Set16(F::kR | 0x8000), r, R::Select(R::Set16(F::kB), b, g));
 #else
-  return Or3(And(r, Set16(F::kR)), And(g, Set16(F::kG)), And(b, Set16(F::kB)));
+  return R::Or3(R::And(r, R::Set16(F::kR)), R::And(g, R::Set16(F::kG)), R::And(b, R::Set16(F::kB)));
 #endif
 }
 
 // LightPixel<F>: ((c * k) mod 65536 + round, saturated) >> 5, masked to the field.
 template <class F>
 inline V LightLanes(V w, V k) {
-  V r = AddSat16(MulLo16(Shr16<F::kRShift>(w), k), Set16(31));
-  V g = AddSat16(MulLo16(And(Shr16<5>(w), Set16(F::kGMax)), k), Set16(kLightGreenRound<F>));
-  V b = AddSat16(MulLo16(And(w, Set16(31)), k), Set16(31));
-  return PackFields<F>(Shl16<F::kRShift - 5>(r), g, Shr16<5>(b));
+  V r = R::AddsU16(R::Mullo16(R::Srl16<F::kRShift>(w), k), R::Set16(31));
+  V g = R::AddsU16(R::Mullo16(R::And(R::Srl16<5>(w), R::Set16(F::kGMax)), k),
+                   R::Set16(kLightGreenRound<F>));
+  V b = R::AddsU16(R::Mullo16(R::And(w, R::Set16(31)), k), R::Set16(31));
+  return PackFields<F>(R::Sll16<F::kRShift - 5>(r), g, R::Srl16<5>(b));
 }
 
 // MaskLightLane<F>: a product above max * 32 (signed) gives max; capping it at
 // max * 32 + 31 first leaves (product >> 5) & max to give both cases.
 template <class F>
 inline V MaskLightLanes(V w, V k) {
-  V r = MinS16(MulLo16(Shr16<F::kRShift>(w), k), Set16(F::kRMax * 32 + 31));
-  V g = MinS16(MulLo16(And(Shr16<5>(w), Set16(F::kGMax)), k), Set16(F::kGMax * 32 + 31));
-  V b = MinS16(MulLo16(And(w, Set16(31)), k), Set16(31 * 32 + 31));
-  return PackFields<F>(Shl16<F::kRShift - 5>(r), g, Shr16<5>(b));
+  V r = R::MinS16(R::Mullo16(R::Srl16<F::kRShift>(w), k), R::Set16(F::kRMax * 32 + 31));
+  V g = R::MinS16(R::Mullo16(R::And(R::Srl16<5>(w), R::Set16(F::kGMax)), k),
+                  R::Set16(F::kGMax * 32 + 31));
+  V b = R::MinS16(R::Mullo16(R::And(w, R::Set16(31)), k), R::Set16(31 * 32 + 31));
+  return PackFields<F>(R::Sll16<F::kRShift - 5>(r), g, R::Srl16<5>(b));
 }
 
 // DarkleLane<F, kRedWord>.
 template <class F, bool kRedWord = false>
 inline V DarkleLanes(V w, V k) {
-  V rf = Shr16<F::kRShift>(w);
-  if constexpr (!kRedWord && F::kRShift == 10) rf = And(rf, Set16(31));
-  V r = And(Shl16<F::kRShift - 5>(MulLo16(rf, k)), Set16(F::kR));
-  V g = And(MulLo16(And(Shr16<5>(w), Set16(F::kGMax)), k), Set16(F::kG));
-  V b = Shr16<5>(MulLo16(And(w, Set16(31)), k));
-  return Or3(r, g, b);
+  V rf = R::Srl16<F::kRShift>(w);
+  if constexpr (!kRedWord && F::kRShift == 10) rf = R::And(rf, R::Set16(31));
+  V r = R::And(R::Sll16<F::kRShift - 5>(R::Mullo16(rf, k)), R::Set16(F::kR));
+  V g = R::And(R::Mullo16(R::And(R::Srl16<5>(w), R::Set16(F::kGMax)), k), R::Set16(F::kG));
+  V b = R::Srl16<5>(R::Mullo16(R::And(w, R::Set16(31)), k));
+  return R::Or3(r, g, b);
 }
 
 // DarkleByte on every byte: bits 8..15 of the byte's product wrapped in 16 bits.
 inline V DarkleBytes(V w, V s) {
-  V lo = Shr16<8>(MulLo16(And(w, Set16(0xFF)), s));
-  V hi = And(MulLo16(Shr16<8>(w), s), Set16(0xFF00));
-  return Or(lo, hi);
+  V lo = R::Srl16<8>(R::Mullo16(R::And(w, R::Set16(0xFF)), s));
+  V hi = R::And(R::Mullo16(R::Srl16<8>(w), s), R::Set16(0xFF00));
+  return R::Or(lo, hi);
 }
 // LightByte on every byte, for a factor below 65536: the same bits 8..15, less one
 // with 0 wrapping to 255.
-inline V LightBytes(V w, V s) { return Sub8(DarkleBytes(w, s), Set16(0x0101)); }
+inline V LightBytes(V w, V s) { return R::Sub8(DarkleBytes(w, s), R::Set16(0x0101)); }
 
 // SatByte on every byte, for a factor below 32768: the high half of (v << 8) * s is
 // (v * s) >> 8, below 32768, capped at 255.
 inline V SatBytes(V w, V s) {
-  V top = Set16(255);
-  V lo = MinS16(MulHi16(Shl16<8>(w), s), top);
-  V hi = MinS16(MulHi16(And(w, Set16(0xFF00)), s), top);
-  return Or(lo, Shl16<8>(hi));
+  V top = R::Set16(255);
+  V lo = R::MinS16(R::MulhiU16(R::Sll16<8>(w), s), top);
+  V hi = R::MinS16(R::MulhiU16(R::And(w, R::Set16(0xFF00)), s), top);
+  return R::Or(lo, R::Sll16<8>(hi));
 }
 
 // Rows of 3-byte pixels in blocks of whole pairs: kBlockPairs pairs (6 bytes each) a
@@ -105,7 +107,7 @@ inline V KeyPattern24(uint32_t key) {
   alignas(64) uint8_t pat[kBytes];
   for (int i = 0; i < kBytes; ++i)
     pat[i] = static_cast<uint8_t>(key >> (8 * ((i + 3 - kShift % 3) % 3)));
-  return Load(pat);
+  return R::Load(pat);
 }
 // The bits (counted from the block's first pair) of the pixel starts whose pixel is the key.
 template <int kShift>
@@ -148,7 +150,7 @@ inline uint64_t EachBlock24(int64_t b0, int64_t b1, Fn fn) {
 // destination is apart from the source or the very same bytes.
 template <class Fn>
 inline int64_t MapVectors(uint8_t *d, const uint8_t *s, int64_t bytes, Fn fn) {
-  return EachVector(bytes, [&](int64_t o) { Store(d + o, fn(Loaded(s + o))); });
+  return EachVector(bytes, [&](int64_t o) { R::Store(d + o, fn(Loaded(s + o))); });
 }
 #endif  // __SSE2__
 

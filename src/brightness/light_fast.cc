@@ -15,8 +15,9 @@ void FastLight1615(const RowArgs &r) {
   uint32_t k = LevelScale16(r.a);
   int64_t done = 0;
 #if defined(__SSE2__)
-  done = simd::MapVectors(r.d, r.s, Bytes(r, 2),
-                          [kv = simd::Set16(k)](simd::V w) { return simd::LightLanes<F>(w, kv); });
+  done = simd::MapVectors(r.d, r.s, Bytes(r, 2), [kv = simd::R::Set16(k)](simd::V w) {
+    return simd::LightLanes<F>(w, kv);
+  });
 #endif
   MapRow<2>(r.d + done, r.s + done, r.w - done / 2,
             [k](uint32_t p) { return LightPixel<F>(p, k); });
@@ -28,7 +29,7 @@ void FastLight24(const RowArgs &r) {
   int64_t n = (Bytes(r, 3) >> 3) * 8, done = 0;
 #if defined(__SSE2__)
   done = simd::MapVectors(r.d, r.s, n,
-                          [sv = simd::Set16(s)](simd::V w) { return simd::LightBytes(w, sv); });
+                          [sv = simd::R::Set16(s)](simd::V w) { return simd::LightBytes(w, sv); });
 #endif
   MapRow<1>(r.d + done, r.s + done, n - done, [s](uint32_t v) { return LightByte(v, s); });
 }
@@ -38,8 +39,8 @@ void FastLight32(const RowArgs &r) {
   uint32_t s = ByteScale(r.a);
   int64_t n = Pairs(r) * 8, done = 0;
 #if defined(__SSE2__)
-  done = simd::MapVectors(r.d, r.s, n, [sv = simd::Set16(s)](simd::V w) {
-    return simd::And(simd::LightBytes(w, sv), simd::Set32(0xFFFF));
+  done = simd::MapVectors(r.d, r.s, n, [sv = simd::R::Set16(s)](simd::V w) {
+    return simd::R::And(simd::LightBytes(w, sv), simd::R::Set32(0xFFFF));
   });
 #endif
   MapRow<4>(r.d + done, r.s + done, (n - done) / 4,

@@ -22,7 +22,7 @@ template <class Lanes, class Lane>
 void MaskGroups1615(const RowArgs &r, Lanes lanes, Lane lane) {
   int64_t n = (r.w >> 2) * 8, done = 0;
 #if defined(__SSE2__)
-  simd::V key = simd::Set16(Key16(r));
+  simd::V key = simd::R::Set16(Key16(r));
   done = simd::EachVector(n, [&](int64_t o) {
     simd::V w = simd::Loaded(r.s + o);
     simd::StoreUnlessEq16(r.d + o, w, key, [&] { return lanes(w); });
@@ -38,7 +38,7 @@ void FastMaskLight1615(const RowArgs &r) {
   MaskLightEnd<F>(Raw(r));
   uint32_t k = LevelScale16(r.a);
 #if defined(__SSE2__)
-  auto lanes = [kv = simd::Set16(k)](simd::V w) { return simd::MaskLightLanes<F>(w, kv); };
+  auto lanes = [kv = simd::R::Set16(k)](simd::V w) { return simd::MaskLightLanes<F>(w, kv); };
 #else
   int lanes = 0;
 #endif
@@ -50,7 +50,7 @@ void FastMaskDarkle1615(const RowArgs &r) {
   MaskDarkleEnd<F>(Raw(r));
   uint32_t k = LevelScale16(r.a);
 #if defined(__SSE2__)
-  auto lanes = [kv = simd::Set16(k)](simd::V w) { return simd::DarkleLanes<F, true>(w, kv); };
+  auto lanes = [kv = simd::R::Set16(k)](simd::V w) { return simd::DarkleLanes<F, true>(w, kv); };
 #else
   int lanes = 0;
 #endif
@@ -68,7 +68,7 @@ void FastMaskLight24(const RowArgs &r) {
   // non-key pixel drawn.
   uint8_t *const dst = r.d;
   const uint8_t *const src = r.s;
-  auto draw = [sv = simd::Set16(s)](simd::V px) { return simd::SatBytes(px, sv); };
+  auto draw = [sv = simd::R::Set16(s)](simd::V px) { return simd::SatBytes(px, sv); };
   auto keep = [](uint64_t keys) { return keys * 7; };  // the key pixels' bytes
   simd::V pattern = simd::KeyPattern24<0>(Key24(r));
   int64_t full = simd::FullBlocks24(Pairs(r)), tail = simd::TailBlock24(Pairs(r));
@@ -95,11 +95,12 @@ void FastMaskLight32(const RowArgs &r) {
   MaskLone32(Raw(r), f);
   int64_t n = Pairs(r) * 8, done = 0;
 #if defined(__SSE2__)
-  simd::V key = simd::Set32(Key24(r)), colour = simd::Set32(kColourBytes), sv = simd::Set16(s);
+  simd::V key = simd::R::Set32(Key24(r)), colour = simd::R::Set32(kColourBytes),
+          sv = simd::R::Set16(s);
   done = simd::EachVector(n, [&](int64_t o) {
     simd::V w = simd::Loaded(r.s + o);
-    simd::StoreUnlessEq32(r.d + o, simd::And(w, colour), key,
-                          [&] { return simd::And(simd::SatBytes(w, sv), colour); });
+    simd::StoreUnlessEq32(r.d + o, simd::R::And(w, colour), key,
+                          [&] { return simd::R::And(simd::SatBytes(w, sv), colour); });
   });
 #endif
   MapRowKeyed<4>(r.d + done, r.s + done, (n - done) / 4, Key24(r), kColourBytes,
@@ -116,13 +117,13 @@ void FastMaskDarkle32(const RowArgs &r) {
   int64_t done = 0;
 #if defined(__SSE2__)
   // A key pixel keeps the destination; a pixel whose partner is the key loses byte 3.
-  simd::V kv = simd::Set32(key), colour = simd::Set32(kColourBytes), sv = simd::Set16(s),
-          top = simd::Set32(0xFF000000u);
+  simd::V kv = simd::R::Set32(key), colour = simd::R::Set32(kColourBytes), sv = simd::R::Set16(s),
+          top = simd::R::Set32(0xFF000000u);
   done = simd::EachVector(Pairs(r) * 8, [&](int64_t o) {
-    simd::V w = simd::Loaded(r.s + o), c = simd::And(w, colour);
-    simd::V partner = simd::And(simd::SwapPairs32(simd::EqMask32(c, kv)), top);
+    simd::V w = simd::Loaded(r.s + o), c = simd::R::And(w, colour);
+    simd::V partner = simd::R::And(simd::R::SwapPairs32(simd::R::Eq32(c, kv)), top);
     simd::StoreUnlessEq32(r.d + o, c, kv,
-                          [&] { return simd::AndNot(partner, simd::DarkleBytes(w, sv)); });
+                          [&] { return simd::R::AndNot(partner, simd::DarkleBytes(w, sv)); });
   });
 #endif
   MapPairs<4>(r.d + done, r.s + done, Pairs(r) - done / 8,
@@ -149,7 +150,7 @@ void FastMaskDarkle24(const RowArgs &r) {
 #if defined(__SSE2__)
   uint8_t *const dst = r.d;
   const uint8_t *const src = r.s;
-  auto draw = [sv = simd::Set16(s)](simd::V px) { return simd::DarkleBytes(px, sv); };
+  auto draw = [sv = simd::R::Set16(s)](simd::V px) { return simd::DarkleBytes(px, sv); };
   // Both pixels' bytes of a pair with a key pixel; the starts of pairs with one.
   auto keep = [](uint64_t keys) { return ((keys | keys >> 3) & simd::kPairStarts) * 63; };
   auto one = [](uint64_t keys) { return (keys ^ keys >> 3) & simd::kPairStarts; };
@@ -179,7 +180,7 @@ void FastMaskDarkle24(const RowArgs &r) {
   }
   for (int64_t b = full - 1; any != 0 && b >= 0; --b) {
     int64_t o = 6 * simd::kBlockPairs * b;
-    misplaced(one(simd::KeyPixels24<0>(simd::Load(src + o), pattern)), o, 0);
+    misplaced(one(simd::KeyPixels24<0>(simd::R::Load(src + o), pattern)), o, 0);
   }
 #else
   uint8_t one[kPairs24 + 8];

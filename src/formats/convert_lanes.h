@@ -1,6 +1,5 @@
 // Conversions of 16-bit elements to 16-bit elements written once over vectors of
-// 16-bit lanes, for every x86-64 level: `Lanes` gives the level's widest vector
-// and the few operations the formulas need (SSE2, AVX2 or AVX-512BW).
+// 16-bit lanes, for every x86-64 level, on the level's widest register (`Lanes`).
 #pragma once
 
 #include "formats/convert_grey.h"
@@ -10,139 +9,60 @@
 RK_NS_BEGIN
 namespace conv {
 
+// The level's widest register (module/registers.h) and what the conversions add:
+// kCount 16-bit lanes a register; LoadBytes widens kCount bytes to 16-bit lanes;
+// StoreBytes stores two registers of lanes below 256 as bytes in order; AtLeast(a, k)
+// gives all ones in the lanes of a at least k; OddFrom takes the even lanes of one
+// register and the odd ones of the other; Pack32 gives the 32-bit lanes (below 2^16)
+// of a, then b, as 16-bit lanes in order; Zip16 gives the 32-bit lanes (low[k],
+// high[k]) in order, the first half of them in `first`.
+struct Lanes : reg::R {
+  using V = T;
+  static constexpr size_t kCount = kBytes / 2;
 #if RK_TRIPLE_MOVES_512
-struct Lanes {
-  using V = __m512i;
-  static constexpr size_t kCount = 32;
-  static V Load(const uint8_t *p) { return _mm512_loadu_si512(p); }
   static V LoadBytes(const uint8_t *p) {
     return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p)));
   }
-  static void Store(uint8_t *p, V v) { _mm512_storeu_si512(p, v); }
-  static V Set(int v) { return _mm512_set1_epi16(static_cast<int16_t>(v)); }
-  static V And(V a, V b) { return _mm512_and_si512(a, b); }
-  static V Or(V a, V b) { return _mm512_or_si512(a, b); }
-  static V Add(V a, V b) { return _mm512_add_epi16(a, b); }
-  static V MulHi(V a, V b) { return _mm512_mulhi_epu16(a, b); }
-  static V Mul(V a, V b) { return _mm512_mullo_epi16(a, b); }
-  static V Sub(V a, V b) { return _mm512_sub_epi16(a, b); }
-  // Two vectors of lanes below 256 as bytes in order.
   static void StoreBytes(uint8_t *p, V a, V b) {
     V packed = _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7),
                                         _mm512_packus_epi16(a, b));
-    _mm512_storeu_si512(p, packed);
+    Store(p, packed);
   }
-  template <int N>
-  static V Shl(V a) {
-    return _mm512_slli_epi16(a, N);
-  }
-  template <int N>
-  static V Shr(V a) {
-    return _mm512_srli_epi16(a, N);
-  }
-  static V Min(V a, V b) { return _mm512_min_epu16(a, b); }
   static V OddFrom(V even, V odd) { return _mm512_mask_mov_epi16(even, 0xAAAAAAAA, odd); }
-};
 #elif defined(__AVX2__)
-struct Lanes {
-  using V = __m256i;
-  static constexpr size_t kCount = 16;
-  static V Load(const uint8_t *p) { return _mm256_loadu_si256(reinterpret_cast<const V *>(p)); }
   static V LoadBytes(const uint8_t *p) {
     return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p)));
   }
-  static void Store(uint8_t *p, V v) { _mm256_storeu_si256(reinterpret_cast<V *>(p), v); }
-  static V Set(int v) { return _mm256_set1_epi16(static_cast<int16_t>(v)); }
-  static V And(V a, V b) { return _mm256_and_si256(a, b); }
-  static V Or(V a, V b) { return _mm256_or_si256(a, b); }
-  static V Add(V a, V b) { return _mm256_add_epi16(a, b); }
-  static V MulHi(V a, V b) { return _mm256_mulhi_epu16(a, b); }
-  static V Mul(V a, V b) { return _mm256_mullo_epi16(a, b); }
-  static V Sub(V a, V b) { return _mm256_sub_epi16(a, b); }
+  // The pack interleaves the 128-bit halves; the permute puts them back.
   static void StoreBytes(uint8_t *p, V a, V b) {
     Store(p, _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8));
   }
-  template <int N>
-  static V Shl(V a) {
-    return _mm256_slli_epi16(a, N);
-  }
-  template <int N>
-  static V Shr(V a) {
-    return _mm256_srli_epi16(a, N);
-  }
-  static V Min(V a, V b) { return _mm256_min_epu16(a, b); }
-  static V Xor(V a, V b) { return _mm256_xor_si256(a, b); }
-  // All ones in the lanes of a at least k.
-  static V AtLeast(V a, int k) { return _mm256_cmpeq_epi16(_mm256_max_epu16(a, Set(k)), a); }
+  static V AtLeast(V a, int k) { return Eq16(_mm256_max_epu16(a, Set16(k)), a); }
   static V OddFrom(V even, V odd) { return _mm256_blend_epi16(even, odd, 0xAA); }
-  static V Set32(uint32_t v) { return _mm256_set1_epi32(static_cast<int>(v)); }
-  template <int N>
-  static V Shr32(V a) {
-    return _mm256_srli_epi32(a, N);
-  }
-  // 32-bit lanes below 2^16 of a, then b, as 16-bit lanes in order (the pack
-  // interleaves the 128-bit halves; the permute puts them back).
   static V Pack32(V a, V b) { return _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8); }
-  // 32-bit lanes (low[k], high[k]) for k in order, the first half of them in `first`.
   static void Zip16(V low, V high, V &first, V &second) {
     V lo = _mm256_unpacklo_epi16(low, high), hi = _mm256_unpackhi_epi16(low, high);
     first = _mm256_permute2x128_si256(lo, hi, 0x20);
     second = _mm256_permute2x128_si256(lo, hi, 0x31);
   }
-};
 #else
-struct Lanes {
-  using V = __m128i;
-  static constexpr size_t kCount = 8;
-  static V Load(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const V *>(p)); }
   static V LoadBytes(const uint8_t *p) {
-    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const V *>(p)), _mm_setzero_si128());
+    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const V *>(p)), Zero());
   }
-  static void Store(uint8_t *p, V v) { _mm_storeu_si128(reinterpret_cast<V *>(p), v); }
-  static V Set(int v) { return _mm_set1_epi16(static_cast<int16_t>(v)); }
-  static V And(V a, V b) { return _mm_and_si128(a, b); }
-  static V Or(V a, V b) { return _mm_or_si128(a, b); }
-  static V Add(V a, V b) { return _mm_add_epi16(a, b); }
-  static V MulHi(V a, V b) { return _mm_mulhi_epu16(a, b); }
-  static V Mul(V a, V b) { return _mm_mullo_epi16(a, b); }
-  static V Sub(V a, V b) { return _mm_sub_epi16(a, b); }
   static void StoreBytes(uint8_t *p, V a, V b) { Store(p, _mm_packus_epi16(a, b)); }
-  template <int N>
-  static V Shl(V a) {
-    return _mm_slli_epi16(a, N);
-  }
-  template <int N>
-  static V Shr(V a) {
-    return _mm_srli_epi16(a, N);
-  }
-  // Unsigned minimum from a saturating subtraction: a - max(a - b, 0).
-  static V Min(V a, V b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
-  static V Xor(V a, V b) { return _mm_xor_si128(a, b); }
-  // All ones in the lanes of a at least k: where k - a saturates to 0.
-  static V AtLeast(V a, int k) {
-    return _mm_cmpeq_epi16(_mm_subs_epu16(Set(k), a), _mm_setzero_si128());
-  }
-  static V OddFrom(V even, V odd) {
-    const V oddLanes = _mm_set1_epi32(static_cast<int>(0xFFFF0000));
-    return _mm_or_si128(_mm_andnot_si128(oddLanes, even), _mm_and_si128(oddLanes, odd));
-  }
-  static V Set32(uint32_t v) { return _mm_set1_epi32(static_cast<int>(v)); }
-  template <int N>
-  static V Shr32(V a) {
-    return _mm_srli_epi32(a, N);
-  }
-  // 32-bit lanes below 2^16 as 16-bit lanes: sign-extended from bit 15 first, so
-  // that the signed pack keeps their bits.
+  // Where k - a saturates to 0.
+  static V AtLeast(V a, int k) { return Eq16(_mm_subs_epu16(Set16(k), a), Zero()); }
+  static V OddFrom(V even, V odd) { return Select(Set32(0xFFFF0000u), odd, even); }
+  // Sign-extended from bit 15 first, so that the signed pack keeps their bits.
   static V Pack32(V a, V b) {
-    return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(a, 16), 16),
-                           _mm_srai_epi32(_mm_slli_epi32(b, 16), 16));
+    return _mm_packs_epi32(_mm_srai_epi32(Sll32<16>(a), 16), _mm_srai_epi32(Sll32<16>(b), 16));
   }
   static void Zip16(V low, V high, V &first, V &second) {
     first = _mm_unpacklo_epi16(low, high);
     second = _mm_unpackhi_epi16(low, high);
   }
-};
 #endif
+};
 using V16 = Lanes::V;
 
 // Color15 to Light. A pair's word of two 16-bit lanes (Color15ToLight::Lanes)
@@ -159,23 +79,25 @@ struct Light15Lanes {
   static V16 Convert(V16 v) {
     using L = Lanes;
     // a x 2048, b x 1024, c x 1024.
-    V16 a = L::Shl<11>(v), b = L::And(v, L::Set(0x7C00)), c = L::And(L::Shl<5>(v), L::Set(0xFC00));
-    V16 h = L::Add(L::MulHi(a, L::Set(308 * 32)), L::MulHi(b, L::Set(116 * 64)));
-    h = L::Add(h, L::MulHi(c, L::Set(600 * 64)));
-    return L::And(L::Shr<7>(h), L::Set(0xFF));
+    V16 a = L::Sll16<11>(v), b = L::And(v, L::Set16(0x7C00)),
+        c = L::And(L::Sll16<5>(v), L::Set16(0xFC00));
+    V16 h = L::Add16(L::MulhiU16(a, L::Set16(308 * 32)), L::MulhiU16(b, L::Set16(116 * 64)));
+    h = L::Add16(h, L::MulhiU16(c, L::Set16(600 * 64)));
+    return L::And(L::Srl16<7>(h), L::Set16(0xFF));
   }
 };
 
 // Grey Color16 and Color15 pixels of levels 0..255.
 inline V16 Grey565Lanes(V16 t) {
   using L = Lanes;
-  V16 r = L::Shl<8>(L::And(t, L::Set(0xF8))), g = L::Shl<5>(L::Shr<2>(t)), b = L::Shr<3>(t);
+  V16 r = L::Sll16<8>(L::And(t, L::Set16(0xF8))), g = L::Sll16<5>(L::Srl16<2>(t)),
+      b = L::Srl16<3>(t);
   return L::Or(L::Or(r, g), b);
 }
 inline V16 Grey555Lanes(V16 t) {
   using L = Lanes;
-  V16 b = L::Shr<3>(t);
-  return L::Or(L::Or(L::Shl<7>(L::And(t, L::Set(0xF8))), L::Shl<5>(b)), b);
+  V16 b = L::Srl16<3>(t);
+  return L::Or(L::Or(L::Sll16<7>(L::And(t, L::Set16(0xF8))), L::Sll16<5>(b)), b);
 }
 
 // Light to Color16: the lower element of each pair read back (255 and more read as
@@ -184,13 +106,13 @@ struct LightToColor16Lanes {
   using Member = LightToColor16;
   static V16 Convert(V16 e) {
     using L = Lanes;
-    return Grey565Lanes(L::OddFrom(L::Min(e, L::Set(255)), L::And(e, L::Set(0xFF))));
+    return Grey565Lanes(L::OddFrom(L::MinU16(e, L::Set16(255)), L::And(e, L::Set16(0xFF))));
   }
 };
 // Light (read back) and Trans levels to grey Color15 and Color16 pixels.
 struct LightToColor15Lanes {
   using Member = LightToColor15;
-  static V16 Convert(V16 e) { return Grey555Lanes(Lanes::Min(e, Lanes::Set(255))); }
+  static V16 Convert(V16 e) { return Grey555Lanes(Lanes::MinU16(e, Lanes::Set16(255))); }
 };
 struct TransToColor16Lanes {
   using Member = TransToColor16;
@@ -209,15 +131,15 @@ struct GreyLanes {
   using Member = Member_;
   static V16 Convert(V16 v) {
     using L = Lanes;
-    if constexpr (Five) v = L::And(v, L::Set(0x7FFF));
-    V16 k = L::Set(Five ? 2314 : 2389);
+    if constexpr (Five) v = L::And(v, L::Set16(0x7FFF));
+    V16 k = L::Set16(Five ? 2314 : 2389);
 #if defined(__GNUC__)
     // One multiply, not the chain of shifts and adds GCC would make of it.
     __asm__("" : "+x"(k));
 #endif
-    V16 t = L::Sub(L::Mul(v, L::Set(77)), L::Mul(L::Shr<5>(v), k));
-    V16 high = Five ? L::Shr<10>(v) : L::Shr<11>(v);
-    return L::Shr<5>(L::Sub(t, L::Mul(high, L::Set(4771))));
+    V16 t = L::Sub16(L::Mullo16(v, L::Set16(77)), L::Mullo16(L::Srl16<5>(v), k));
+    V16 high = Five ? L::Srl16<10>(v) : L::Srl16<11>(v);
+    return L::Srl16<5>(L::Sub16(t, L::Mullo16(high, L::Set16(4771))));
   }
 };
 
@@ -264,13 +186,13 @@ void LanesWalk(const ConvArgs &a) {
 inline V16 HighBytes16(V16 e) {
   using L = Lanes;
   // 0x400, or 0x3FF for the big ones.
-  V16 fill = L::Xor(L::Set(0x400), L::And(L::AtLeast(e, 1023), L::Set(0x7FF)));
-  return L::And(L::Shr<3>(L::Or(e, fill)), L::Set(0xFF));
+  V16 fill = L::Xor(L::Set16(0x400), L::And(L::AtLeast(e, 1023), L::Set16(0x7FF)));
+  return L::And(L::Srl16<3>(L::Or(e, fill)), L::Set16(0xFF));
 }
 template <int Shift>
 inline V16 Level5Of16(V16 e) {
   using L = Lanes;
-  return L::Shl<Shift>(L::And(L::Or(e, L::AtLeast(e, 1023)), L::Set(31)));
+  return L::Sll16<Shift>(L::And(L::Or(e, L::AtLeast(e, 1023)), L::Set16(31)));
 }
 
 // RGBLight16 planes to colour bytes (Color32, Color24), every element of the
@@ -282,7 +204,7 @@ struct HighPlanes {
   static void Step(const V16 (&p)[3], uint8_t *out, [[maybe_unused]] size_t left) {
     using L = Lanes;
     V16 w[2];
-    L::Zip16(L::Or(Byte(p[2]), L::Shl<8>(Byte(p[1]))), Byte(p[0]), w[0], w[1]);
+    L::Zip16(L::Or(Byte(p[2]), L::Sll16<8>(Byte(p[1]))), Byte(p[0]), w[0], w[1]);
     if constexpr (K::kDst[0].bytes == 4) {
       L::Store(out, w[0]);
       L::Store(out + 2 * L::kCount, w[1]);
@@ -306,7 +228,7 @@ struct PackedPlanes {
   using Member = K;
   static void Step(const V16 (&p)[3], uint8_t *out, size_t) {
     using L = Lanes;
-    V16 r = L::Shl<RShift>(Level5Of16<0>(p[0])), g = L::Shl<RShift - 5>(Level5Of16<0>(p[1]));
+    V16 r = L::Sll16<RShift>(Level5Of16<0>(p[0])), g = L::Sll16<RShift - 5>(Level5Of16<0>(p[1]));
     L::Store(out, L::Or(L::Or(r, g), Level5Of16<0>(p[2])));
   }
 };
@@ -337,8 +259,8 @@ template <class K, int RShift>
 void PackWords(uint8_t *out, const uint8_t *in, size_t n) {
   using L = Lanes;
   auto pack = [](V16 w) {
-    V16 r = L::And(L::Shr32<RShift>(w), L::Set32((0xF8 >> (RShift - 8) & 0xF8) << 8));
-    V16 g = L::And(L::Shr32<5>(w), L::Set32(0x7E0)), b = L::And(L::Shr32<3>(w), L::Set32(0x1F));
+    V16 r = L::And(L::Srl32<RShift>(w), L::Set32((0xF8 >> (RShift - 8) & 0xF8) << 8));
+    V16 g = L::And(L::Srl32<5>(w), L::Set32(0x7E0)), b = L::And(L::Srl32<3>(w), L::Set32(0x1F));
     return L::Or(L::Or(r, g), b);
   };
   constexpr size_t kStep = L::kCount;  // pixels: two vectors of words
@@ -377,9 +299,9 @@ void PackWalk(const ConvArgs &a) {
 template <int GShift, int GMask, int RShift, int RMask>
 inline void SpreadWords16(V16 v, V16 &first, V16 &second) {
   using L = Lanes;
-  V16 b = L::And(L::Shl<3>(v), L::Set(0xFF)), g = L::And(L::Shr<GShift>(v), L::Set(GMask));
-  V16 r = L::And(L::Shr<RShift>(v), L::Set(RMask));
-  L::Zip16(L::Or(b, L::Shl<8>(g)), r, first, second);
+  V16 b = L::And(L::Sll16<3>(v), L::Set16(0xFF)), g = L::And(L::Srl16<GShift>(v), L::Set16(GMask));
+  V16 r = L::And(L::Srl16<RShift>(v), L::Set16(RMask));
+  L::Zip16(L::Or(b, L::Sll16<8>(g)), r, first, second);
 }
 template <class K, int GShift, int GMask, int RShift, int RMask>
 void SpreadWalk(const ConvArgs &a) {

@@ -8,21 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "module/isa.h"
+#include "module/registers.h"
 
 #if defined(__AVX512BW__) && defined(__AVX512VL__)
-// GCC 12 warns about the intrinsics' own undefined vectors once they are inlined.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
 #define RK_TRIPLE_MOVES 1
 #define RK_TRIPLE_MOVES_512 1
 #elif defined(__SSE2__)
-#include <immintrin.h>
 #define RK_TRIPLE_MOVES 1
 #define RK_TRIPLE_MOVES_512 0
 #else

@@ -6,12 +6,9 @@
 // than the speed goal.
 #include <cstring>
 
-#if defined(__SSE2__)
-#include <immintrin.h>
-#endif
-
 #include "frame/maskcopy.h"
 #include "module/fast.h"
+#include "module/registers.h"
 
 RK_NS_BEGIN
 namespace {
@@ -115,23 +112,16 @@ size_t MaskSteps24(uint8_t *d, const uint8_t *s, size_t n, uint32_t key) {
     keyAt[k] = _mm256_shuffle_epi8(
         keys, _mm256_load_si256(reinterpret_cast<const __m256i *>(kPlace + 32 * k)));
   }
-  // A 32-bit mask to 32 bytes, 0xFF where its bit is set.
-  const __m256i byteOfBit =
-      _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
-  const __m256i bit = _mm256_set1_epi64x(static_cast<int64_t>(0x8040201008040201));
-  auto spread = [&](uint32_t m) {
-    __m256i v = _mm256_shuffle_epi8(_mm256_set1_epi32(static_cast<int>(m)), byteOfBit);
-    return _mm256_cmpeq_epi8(_mm256_and_si256(v, bit), bit);
-  };
+  using R = reg::R256;
   size_t i = 0;
   for (; i + 32 <= n; i += 32) {
-    const __m256i *sp = reinterpret_cast<const __m256i *>(s + 3 * i);
-    __m256i *dp = reinterpret_cast<__m256i *>(d + 3 * i);
+    const uint8_t *sp = s + 3 * i;
+    uint8_t *dp = d + 3 * i;
     __m256i sv[3];
     uint32_t eq[3];
     for (int k = 0; k < 3; ++k) {
-      sv[k] = _mm256_loadu_si256(sp + k);
-      eq[k] = static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(sv[k], keyAt[k])));
+      sv[k] = R::Load(sp + 32 * k);
+      eq[k] = static_cast<uint32_t>(R::Bits(R::Eq8(sv[k], keyAt[k])));
     }
     uint64_t a = eq[0] | uint64_t{eq[1]} << 32, b = eq[1] | uint64_t{eq[2]} << 32;
     a = (a & a >> 1 & a >> 2 & kFirst) * 7;
@@ -141,8 +131,7 @@ size_t MaskSteps24(uint8_t *d, const uint8_t *s, size_t n, uint32_t key) {
         static_cast<uint32_t>(a >> 32) | (static_cast<uint32_t>(b) & 0x80000000u),
         static_cast<uint32_t>(b >> 32)};
     for (int k = 0; k < 3; ++k) {
-      __m256i dv = _mm256_loadu_si256(dp + k);
-      _mm256_storeu_si256(dp + k, _mm256_blendv_epi8(sv[k], dv, spread(keep[k])));
+      R::Store(dp + 32 * k, R::Select(R::BytesOf(keep[k]), R::Load(dp + 32 * k), sv[k]));
     }
   }
   return i;
@@ -198,32 +187,21 @@ void MaskRow24(const RowArgs &r) {
       _mm_setr_epi8(k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1),
       _mm_setr_epi8(k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2)};
   constexpr uint64_t kLowest = 0x249249249249;  // each pixel's lowest bit of 48
-  const __m128i bit = _mm_set1_epi64x(static_cast<int64_t>(0x8040201008040201));
-  // A 16-bit mask to 16 bytes, 0xFF where its bit is set.
-  auto spread = [&](uint64_t m) {
-    constexpr uint64_t kEvery = 0x0101010101010101;
-    __m128i v = _mm_set_epi64x(static_cast<int64_t>((m >> 8 & 0xFF) * kEvery),
-                               static_cast<int64_t>((m & 0xFF) * kEvery));
-    return _mm_cmpeq_epi8(_mm_and_si128(v, bit), bit);
-  };
+  using R = reg::R128;
   size_t i = 0;
   for (; i + 16 <= n; i += 16) {
-    const __m128i *sp = reinterpret_cast<const __m128i *>(s + 3 * i);
-    __m128i *dp = reinterpret_cast<__m128i *>(d + 3 * i);
+    const uint8_t *sp = s + 3 * i;
+    uint8_t *dp = d + 3 * i;
     __m128i sv[3];
     uint64_t eq = 0;
     for (int k = 0; k < 3; ++k) {
-      sv[k] = _mm_loadu_si128(sp + k);
-      eq |= uint64_t(static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(sv[k], keyAt[k]))))
-            << (16 * k);
+      sv[k] = R::Load(sp + 16 * k);
+      eq |= R::Bits(R::Eq8(sv[k], keyAt[k])) << (16 * k);
     }
     const uint64_t keep = (eq & eq >> 1 & eq >> 2 & kLowest) * 7;
     for (int k = 0; k < 3; ++k) {
       // Source bytes, destination bytes where the pixel is a key pixel.
-      __m128i dv = _mm_loadu_si128(dp + k);
-      __m128i out =
-          _mm_xor_si128(sv[k], _mm_and_si128(_mm_xor_si128(sv[k], dv), spread(keep >> (16 * k))));
-      _mm_storeu_si128(dp + k, out);
+      R::Store(dp + 16 * k, R::Select(R::BytesOf(keep >> (16 * k)), R::Load(dp + 16 * k), sv[k]));
     }
   }
   MaskBytes24(d, s, i, n, key);

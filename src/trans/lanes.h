@@ -7,163 +7,45 @@
 
 #include <cstdint>
 
-#if defined(__SSE2__)
-// GCC 12 warns about the AVX-512 intrinsics' own undefined vectors once inlined.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-#endif
-
+#include "module/registers.h"
 #include "trans/blend.h"
 
-#if defined(__AVX512BW__) || defined(__AVX2__) || defined(__SSE2__)
-#define RK_TRANS_LANES 1
-#else
-#define RK_TRANS_LANES 0
-#endif
+#define RK_TRANS_LANES RK_REGISTERS
 
 RK_NS_BEGIN
 namespace trans {
 
 #if RK_TRANS_LANES
 
-// The register type of the level and the few operations the bodies use; Eq* give
-// all-ones lanes where equal, AndNot(a, b) is ~a & b, SwapPairs32 exchanges the two
-// 32-bit halves of every 64-bit lane, Chan16/Chan32 widen the next Lanes16/Lanes32
-// channel bytes to 16- or 32-bit lanes.
+// The level's widest register (module/registers.h) and the channel loads of the
+// bodies: Chan16/Chan32 widen the next Lanes16/Lanes32 channel bytes to 16- or
+// 32-bit lanes.
+struct V : reg::R {
 #if defined(__AVX512BW__)
-struct V {
-  using T = __m512i;
-  static constexpr int kBytes = 64;
-  static T Load(const void *p) { return _mm512_loadu_si512(p); }
-  static void Store(void *p, T v) { _mm512_storeu_si512(p, v); }
-  static T Set16(uint16_t x) { return _mm512_set1_epi16(static_cast<short>(x)); }
-  static T Set32(uint32_t x) { return _mm512_set1_epi32(static_cast<int>(x)); }
-  static T And(T a, T b) { return _mm512_and_si512(a, b); }
-  static T Or(T a, T b) { return _mm512_or_si512(a, b); }
-  static T AndNot(T a, T b) { return _mm512_andnot_si512(a, b); }
-  static T Add16(T a, T b) { return _mm512_add_epi16(a, b); }
-  static T Sub16(T a, T b) { return _mm512_sub_epi16(a, b); }
-  static T Mul16(T a, T b) { return _mm512_mullo_epi16(a, b); }
-  template <int N>
-  static T Srl16(T a) {
-    return _mm512_srli_epi16(a, N);
-  }
-  template <int N>
-  static T Sll16(T a) {
-    return _mm512_slli_epi16(a, N);
-  }
-  template <int N>
-  static T Sra16(T a) {
-    return _mm512_srai_epi16(a, N);
-  }
-  template <int N>
-  static T Sll32(T a) {
-    return _mm512_slli_epi32(a, N);
-  }
-  static T Eq16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
-  static T Eq32(T a, T b) { return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(a, b)); }
-  static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
-  static T Shuffle8(T a, T idx) { return _mm512_shuffle_epi8(a, idx); }
-  static T PermD(T a, T idx) { return _mm512_permutexvar_epi32(idx, a); }
   static T Chan16(const uint8_t *c) {
     return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(c)));
   }
   static T Chan32(const uint8_t *c) {
     return _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
   }
-};
 #elif defined(__AVX2__)
-struct V {
-  using T = __m256i;
-  static constexpr int kBytes = 32;
-  static T Load(const void *p) { return _mm256_loadu_si256(static_cast<const T *>(p)); }
-  static void Store(void *p, T v) { _mm256_storeu_si256(static_cast<T *>(p), v); }
-  static T Set16(uint16_t x) { return _mm256_set1_epi16(static_cast<short>(x)); }
-  static T Set32(uint32_t x) { return _mm256_set1_epi32(static_cast<int>(x)); }
-  static T And(T a, T b) { return _mm256_and_si256(a, b); }
-  static T Or(T a, T b) { return _mm256_or_si256(a, b); }
-  static T AndNot(T a, T b) { return _mm256_andnot_si256(a, b); }
-  static T Add16(T a, T b) { return _mm256_add_epi16(a, b); }
-  static T Sub16(T a, T b) { return _mm256_sub_epi16(a, b); }
-  static T Mul16(T a, T b) { return _mm256_mullo_epi16(a, b); }
-  template <int N>
-  static T Srl16(T a) {
-    return _mm256_srli_epi16(a, N);
-  }
-  template <int N>
-  static T Sll16(T a) {
-    return _mm256_slli_epi16(a, N);
-  }
-  template <int N>
-  static T Sra16(T a) {
-    return _mm256_srai_epi16(a, N);
-  }
-  template <int N>
-  static T Sll32(T a) {
-    return _mm256_slli_epi32(a, N);
-  }
-  static T Eq16(T a, T b) { return _mm256_cmpeq_epi16(a, b); }
-  static T Eq32(T a, T b) { return _mm256_cmpeq_epi32(a, b); }
-  static T SwapPairs32(T a) { return _mm256_shuffle_epi32(a, 0xB1); }
-  static T Shuffle8(T a, T idx) { return _mm256_shuffle_epi8(a, idx); }
-  static T PermD(T a, T idx) { return _mm256_permutevar8x32_epi32(a, idx); }
   static T Chan16(const uint8_t *c) {
     return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(c)));
   }
   static T Chan32(const uint8_t *c) {
     return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(c)));
   }
-};
 #else
-struct V {
-  using T = __m128i;
-  static constexpr int kBytes = 16;
-  static T Load(const void *p) { return _mm_loadu_si128(static_cast<const T *>(p)); }
-  static void Store(void *p, T v) { _mm_storeu_si128(static_cast<T *>(p), v); }
-  static T Set16(uint16_t x) { return _mm_set1_epi16(static_cast<short>(x)); }
-  static T Set32(uint32_t x) { return _mm_set1_epi32(static_cast<int>(x)); }
-  static T And(T a, T b) { return _mm_and_si128(a, b); }
-  static T Or(T a, T b) { return _mm_or_si128(a, b); }
-  static T AndNot(T a, T b) { return _mm_andnot_si128(a, b); }
-  static T Add16(T a, T b) { return _mm_add_epi16(a, b); }
-  static T Sub16(T a, T b) { return _mm_sub_epi16(a, b); }
-  static T Mul16(T a, T b) { return _mm_mullo_epi16(a, b); }
-  template <int N>
-  static T Srl16(T a) {
-    return _mm_srli_epi16(a, N);
-  }
-  template <int N>
-  static T Sll16(T a) {
-    return _mm_slli_epi16(a, N);
-  }
-  template <int N>
-  static T Sra16(T a) {
-    return _mm_srai_epi16(a, N);
-  }
-  template <int N>
-  static T Sll32(T a) {
-    return _mm_slli_epi32(a, N);
-  }
-  static T Eq16(T a, T b) { return _mm_cmpeq_epi16(a, b); }
-  static T Eq32(T a, T b) { return _mm_cmpeq_epi32(a, b); }
-  static T SwapPairs32(T a) { return _mm_shuffle_epi32(a, 0xB1); }
   static T Chan16(const uint8_t *c) {
-    const T z = _mm_setzero_si128();
-    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const T *>(c)), z);
+    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const T *>(c)), Zero());
   }
   static T Chan32(const uint8_t *c) {
-    const T z = _mm_setzero_si128();
     int32_t v;
     __builtin_memcpy(&v, c, 4);
-    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(v), z), z);
+    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(v), Zero()), Zero());
   }
-};
 #endif
+};
 
 using VT = V::T;
 
@@ -172,13 +54,13 @@ template <class F, Blue B>
 inline VT LaneBlendV(VT s, VT d, VT w) {
   constexpr int kUp = F::kRShift - 5;
   constexpr auto kHigh = static_cast<uint16_t>(0xFFFFu << F::kRShift);
-  VT r = V::Mul16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), w);
+  VT r = V::Mullo16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), w);
   r = V::And(V::Add16(V::Sll16<kUp>(r), V::And(d, V::Set16(kHigh))), V::Set16(F::kR));
   const VT gm = V::Set16(F::kG), bm = V::Set16(F::kB);
   const VT dg = V::And(d, gm), db = V::And(d, bm);
-  VT g = V::Mul16(V::Sub16(V::And(s, gm), dg), w);
+  VT g = V::Mullo16(V::Sub16(V::And(s, gm), dg), w);
   g = V::And(V::Add16(V::Srl16<5>(g), dg), gm);
-  const VT p = V::Mul16(V::Sub16(V::And(s, bm), db), w);
+  const VT p = V::Mullo16(V::Sub16(V::And(s, bm), db), w);
   VT b = V::And(V::Add16(V::Srl16<5>(p), db), bm);
   if constexpr (B != Blue::kMasked) {
     b = V::Or(b, V::And(V::Sra16<15>(p), V::Set16(B == Blue::kAdd16 ? 0x0800 : 0x0700)));
@@ -191,8 +73,8 @@ inline VT LaneBlendV(VT s, VT d, VT w) {
 inline VT HalfBlendV(VT s, VT d, VT we, VT wo) {
   const VT lo = V::Set16(0x00FF);
   const VT ed = V::And(d, lo), od = V::Srl16<8>(d);
-  const VT e = V::Srl16<8>(V::Mul16(V::Sub16(V::And(s, lo), ed), we));
-  const VT o = V::Srl16<8>(V::Mul16(V::Sub16(V::Srl16<8>(s), od), wo));
+  const VT e = V::Srl16<8>(V::Mullo16(V::Sub16(V::And(s, lo), ed), we));
+  const VT o = V::Srl16<8>(V::Mullo16(V::Sub16(V::Srl16<8>(s), od), wo));
   return V::Or(V::And(V::Add16(e, ed), lo), V::Sll16<8>(V::Add16(o, od)));
 }
 inline VT HalfBlendV(VT s, VT d, VT w) { return HalfBlendV(s, d, w, w); }
@@ -259,43 +141,24 @@ inline int32_t Pairs32Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int3
 #define RK_TRANS_LANES24 1
 // KeyBytes24: for the V::kBytes 3-byte pixels from p, 0xFF in byte i where pixel i
 // is the key (its three bytes as a dword against `key`), else 0. The pixels are
-// spread one to a dword (fourth byte 0) kPix24 at a time, reading kOver24 bytes
-// past the last pixel.
+// spread one to a dword kPix24 at a time, reading V::kOver24 bytes past the last
+// pixel.
+constexpr int32_t kPix24 = V::kBytes / 4;
 #if defined(__AVX512BW__)
-constexpr int32_t kPix24 = 16, kOver24 = 0;
-inline VT Spread24(const uint8_t *p) {
-  // Lane k gets bytes 12k..12k+15 of the 48 loaded, then each pixel its own dword.
-  const VT raw = _mm512_inserti32x4(
-      _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p))),
-      _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 32)), 2);
-  const VT x = _mm512_permutexvar_epi32(
-      _mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12), raw);
-  return _mm512_shuffle_epi8(x, _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7,
-                                                                     8, -1, 9, 10, 11, -1)));
-}
 inline VT KeyBytes24(const uint8_t *p, VT key) {
   uint64_t m = 0;
   for (int i = 0; i < 4; ++i) {
-    m |= uint64_t{_mm512_cmpeq_epi32_mask(Spread24(p + 3 * kPix24 * i), key)} << (kPix24 * i);
+    m |= uint64_t{_mm512_cmpeq_epi32_mask(V::Spread24(p + 3 * kPix24 * i), key)} << (kPix24 * i);
   }
   return _mm512_movm_epi8(m);
 }
 #else
-constexpr int32_t kPix24 = 8, kOver24 = 8;
-inline VT Spread24(const uint8_t *p) {
-  // Lane 0 gets bytes 0..15 of the 32 loaded, lane 1 bytes 12..27; then each pixel
-  // its own dword.
-  const VT x = _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const VT *>(p)),
-                                           _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6));
-  const __m128i idx = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
-  return _mm256_shuffle_epi8(x, _mm256_setr_m128i(idx, idx));
-}
 inline VT KeyBytes24(const uint8_t *p, VT key) {
   VT m[4];
-  for (int i = 0; i < 4; ++i) m[i] = _mm256_cmpeq_epi32(Spread24(p + 3 * kPix24 * i), key);
+  for (int i = 0; i < 4; ++i) m[i] = V::Eq32(V::Spread24(p + 3 * kPix24 * i), key);
   // The packs interleave the 128-bit lanes; the dword permute puts the pixels back in order.
   const VT x = _mm256_packs_epi16(_mm256_packs_epi32(m[0], m[1]), _mm256_packs_epi32(m[2], m[3]));
-  return _mm256_permutevar8x32_epi32(x, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+  return V::PermD(x, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 #endif
 
@@ -342,7 +205,7 @@ inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int
   [[maybe_unused]] const VT key = V::Set32(b & kColourBytes),
                             uniform = V::Set16(static_cast<uint16_t>(a)), zero = V::Set16(0);
   int32_t j = 0;
-  for (; 3 * (int64_t{j} + V::kBytes) + kOver24 <= 3 * int64_t{n}; j += V::kBytes) {
+  for (; 3 * (int64_t{j} + V::kBytes) + V::kOver24 <= 3 * int64_t{n}; j += V::kBytes) {
     VT px;  // a byte per pixel
     if constexpr (Mode::kChannel) {
       px = V::Load(c + j);

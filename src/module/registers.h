@@ -1,0 +1,282 @@
+// The x86 vector registers of the fast rows, behind one set of operation names for
+// every width: R128 (SSE2), R256 (AVX2) and R512 (AVX-512BW), each defined where the
+// level's instruction set has it, and R, the widest one the level has. The families
+// build their formulas on these names and add only what is theirs (channel widening,
+// byte packing, key masks). Without an x86 vector unit nothing is defined and
+// RK_REGISTERS is 0; the rows keep their plain loops.
+//
+// The operations, on registers of T:
+//   Load, Store        unaligned, whole register
+//   Zero, Set16/32/64  constants, every lane the same
+//   And, Or, Or3, Xor, AndNot(a, b) = ~a & b
+//   Add16, Sub16, Sub8, AddsU16 (unsigned saturating), Mullo16, MulhiU16,
+//   MinS16, MinU16
+//   Srl16/Sll16/Sra16/Sll32/Srl32<N>   shifts by a constant
+//   Eq8, Eq16, Eq32, Gt16 (signed)     all-ones lanes where true
+//   Select(m, a, b)    m ? a : b, for masks of whole lanes
+//   SwapPairs32        32-bit lanes 0 1 2 3 ... as 1 0 3 2 ...
+//   Lo16(a, b)         16-bit lanes of the low halves of each 128 bits, interleaved
+//   Bits(m)            bit i from byte i's top bit; kAll is Bits of all ones; Any(m)
+//   BytesOf(bits)      the other way: 0xFF in byte i where bit i is set
+//   Shuffle8, PermD    byte shuffle within 128 bits, 32-bit permute (256 and 512 only)
+//   Spread24(p)        the kBytes / 4 3-byte pixels at p, one to each 32-bit lane with
+//                      its fourth byte 0; reads kOver24 bytes past them
+//   Join24(p, v)       stores such lanes back as 3-byte pixels, 3 x kBytes / 4 bytes
+// Only fast translation units include this.
+#pragma once
+
+#include <cstdint>
+
+#if defined(__AVX512BW__) && !defined(__AVX512VL__)
+#error "the AVX-512 level is built with AVX-512BW and AVX-512VL together"
+#endif
+
+#if defined(__SSE2__)
+// GCC 12 warns about the AVX-512 intrinsics' own undefined vectors once inlined.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#define RK_REGISTERS 1
+#else
+#define RK_REGISTERS 0
+#endif
+
+#include "module/isa.h"
+
+RK_NS_BEGIN
+namespace reg {
+
+#if RK_REGISTERS
+
+// The operations SSE2 and AVX2 spell alike, with RK_MM(op) and RK_SI(op) naming
+// the width's intrinsics.
+#define RK_REG_COMMON_OPS                                                              \
+  static T Load(const void *p) { return RK_SI(loadu)(static_cast<const T *>(p)); }     \
+  static void Store(void *p, T v) { RK_SI(storeu)(static_cast<T *>(p), v); }           \
+  static T Zero() { return RK_SI(setzero)(); }                                         \
+  static T Set16(uint32_t x) { return RK_MM(set1_epi16)(static_cast<int16_t>(x)); }    \
+  static T Set32(uint32_t x) { return RK_MM(set1_epi32)(static_cast<int32_t>(x)); }    \
+  static T Set64(uint64_t x) { return RK_MM(set1_epi64x)(static_cast<int64_t>(x)); }   \
+  static T And(T a, T b) { return RK_SI(and)(a, b); }                                  \
+  static T Or(T a, T b) { return RK_SI(or)(a, b); }                                    \
+  static T Or3(T a, T b, T c) { return Or(Or(a, b), c); }                              \
+  static T Xor(T a, T b) { return RK_SI(xor)(a, b); }                                  \
+  static T AndNot(T a, T b) { return RK_SI(andnot)(a, b); }                            \
+  static T Add16(T a, T b) { return RK_MM(add_epi16)(a, b); }                          \
+  static T Sub16(T a, T b) { return RK_MM(sub_epi16)(a, b); }                          \
+  static T Sub8(T a, T b) { return RK_MM(sub_epi8)(a, b); }                            \
+  static T AddsU16(T a, T b) { return RK_MM(adds_epu16)(a, b); }                       \
+  static T Mullo16(T a, T b) { return RK_MM(mullo_epi16)(a, b); }                      \
+  static T MulhiU16(T a, T b) { return RK_MM(mulhi_epu16)(a, b); }                     \
+  static T MinS16(T a, T b) { return RK_MM(min_epi16)(a, b); }                         \
+  template <int N>                                                                     \
+  static T Srl16(T a) {                                                                \
+    return RK_MM(srli_epi16)(a, N);                                                    \
+  }                                                                                    \
+  template <int N>                                                                     \
+  static T Sll16(T a) {                                                                \
+    return RK_MM(slli_epi16)(a, N);                                                    \
+  }                                                                                    \
+  template <int N>                                                                     \
+  static T Sra16(T a) {                                                                \
+    return RK_MM(srai_epi16)(a, N);                                                    \
+  }                                                                                    \
+  template <int N>                                                                     \
+  static T Sll32(T a) {                                                                \
+    return RK_MM(slli_epi32)(a, N);                                                    \
+  }                                                                                    \
+  template <int N>                                                                     \
+  static T Srl32(T a) {                                                                \
+    return RK_MM(srli_epi32)(a, N);                                                    \
+  }                                                                                    \
+  static T Eq8(T a, T b) { return RK_MM(cmpeq_epi8)(a, b); }                           \
+  static T Eq16(T a, T b) { return RK_MM(cmpeq_epi16)(a, b); }                         \
+  static T Eq32(T a, T b) { return RK_MM(cmpeq_epi32)(a, b); }                         \
+  static T Gt16(T a, T b) { return RK_MM(cmpgt_epi16)(a, b); }                         \
+  static T SwapPairs32(T a) { return RK_MM(shuffle_epi32)(a, 0xB1); }                  \
+  static T Lo16(T a, T b) { return RK_MM(unpacklo_epi16)(a, b); }                      \
+  static uint64_t Bits(T m) { return static_cast<uint32_t>(RK_MM(movemask_epi8)(m)); } \
+  static constexpr uint64_t kAll = (uint64_t{1} << kBytes) - 1;                        \
+  static bool Any(T m) { return Bits(m) != 0; }
+
+struct R128 {
+  using T = __m128i;
+  static constexpr int kBytes = 16;
+#define RK_MM(op) _mm_##op
+#define RK_SI(op) _mm_##op##_si128
+  RK_REG_COMMON_OPS
+#undef RK_MM
+#undef RK_SI
+  // Unsigned minimum from a saturating subtraction: a - max(a - b, 0).
+  static T MinU16(T a, T b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
+  static T Select(T m, T a, T b) { return Or(And(m, a), AndNot(m, b)); }
+  static T BytesOf(uint64_t bits) {
+    constexpr uint64_t kEvery = 0x0101010101010101;
+    const T v = _mm_set_epi64x(static_cast<int64_t>((bits >> 8 & 0xFF) * kEvery),
+                               static_cast<int64_t>((bits & 0xFF) * kEvery));
+    return Eq8(And(v, Set64(0x8040201008040201)), Set64(0x8040201008040201));
+  }
+  // No byte shuffle: pixels 1..3 come down by whole-register byte shifts and are
+  // interleaved; on the way back each 64-bit half joins its two pixels into 6 bytes.
+  static constexpr int kOver24 = 4;
+  static T Spread24(const uint8_t *p) {
+    const T x = Load(p);
+    const T a = _mm_unpacklo_epi32(x, _mm_srli_si128(x, 3));
+    const T b = _mm_unpacklo_epi32(_mm_srli_si128(x, 6), _mm_srli_si128(x, 9));
+    return And(_mm_unpacklo_epi64(a, b), Set32(0xFFFFFF));
+  }
+  static void Join24(uint8_t *p, T v) {
+    const T q = Or(And(v, Set64(0xFFFFFF)), And(_mm_srli_epi64(v, 8), Set64(0xFFFFFF000000)));
+    const T out = Or(_mm_move_epi64(q), _mm_slli_si128(_mm_srli_si128(q, 8), 6));
+    _mm_storel_epi64(reinterpret_cast<T *>(p), out);
+    const auto last = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(out, 8)));
+    __builtin_memcpy(p + 8, &last, 4);
+  }
+};
+
+// The byte shuffles that spread four 3-byte pixels of 16 bytes to 32-bit lanes and
+// join them back, for each 128 bits of the wider registers.
+inline constexpr int8_t kSpread24[16] = {0, 1, 2, -128, 3, 4,  5,  -128,
+                                         6, 7, 8, -128, 9, 10, 11, -128};
+inline constexpr int8_t kJoin24[16] = {0,  1,  2,  4,  5,    6,    8,    9,
+                                       10, 12, 13, 14, -128, -128, -128, -128};
+
+#if defined(__AVX2__)
+struct R256 {
+  using T = __m256i;
+  static constexpr int kBytes = 32;
+#define RK_MM(op) _mm256_##op
+#define RK_SI(op) _mm256_##op##_si256
+  RK_REG_COMMON_OPS
+#undef RK_MM
+#undef RK_SI
+  static T MinU16(T a, T b) { return _mm256_min_epu16(a, b); }
+  static T Select(T m, T a, T b) { return _mm256_blendv_epi8(b, a, m); }
+  static T Shuffle8(T a, T idx) { return _mm256_shuffle_epi8(a, idx); }
+  static T PermD(T a, T idx) { return _mm256_permutevar8x32_epi32(a, idx); }
+  // Each byte of the 32 bits to the eight bytes it covers, then each its own bit.
+  static T BytesOf(uint64_t bits) {
+    const T v =
+        Shuffle8(Set32(static_cast<uint32_t>(bits)),
+                 _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303));
+    return Eq8(And(v, Set64(0x8040201008040201)), Set64(0x8040201008040201));
+  }
+  // Each 128 bits takes the 16 bytes around its four pixels: bytes 0..15, 12..27.
+  static constexpr int kOver24 = 8;
+  static T Spread24(const uint8_t *p) {
+    const T x = PermD(Load(p), _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6));
+    return Shuffle8(x, _mm256_broadcastsi128_si256(
+                           _mm_loadu_si128(reinterpret_cast<const __m128i *>(kSpread24))));
+  }
+  static void Join24(uint8_t *p, T v) {
+    v = Shuffle8(v, _mm256_broadcastsi128_si256(
+                        _mm_loadu_si128(reinterpret_cast<const __m128i *>(kJoin24))));
+    v = PermD(v, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm256_castsi256_si128(v));
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(p + 16), _mm256_extracti128_si256(v, 1));
+  }
+};
+#endif
+#undef RK_REG_COMMON_OPS
+
+#if defined(__AVX512BW__)
+// Comparisons give whole-lane vector masks as the narrower registers do; a body that
+// can use the mask registers directly spells its own intrinsics.
+struct R512 {
+  using T = __m512i;
+  static constexpr int kBytes = 64;
+  static T Load(const void *p) { return _mm512_loadu_si512(p); }
+  static void Store(void *p, T v) { _mm512_storeu_si512(p, v); }
+  static T Zero() { return _mm512_setzero_si512(); }
+  static T Set16(uint32_t x) { return _mm512_set1_epi16(static_cast<int16_t>(x)); }
+  static T Set32(uint32_t x) { return _mm512_set1_epi32(static_cast<int32_t>(x)); }
+  static T Set64(uint64_t x) { return _mm512_set1_epi64(static_cast<int64_t>(x)); }
+  static T And(T a, T b) { return _mm512_and_si512(a, b); }
+  static T Or(T a, T b) { return _mm512_or_si512(a, b); }
+  static T Or3(T a, T b, T c) { return _mm512_ternarylogic_epi32(a, b, c, 0xFE); }
+  static T Xor(T a, T b) { return _mm512_xor_si512(a, b); }
+  static T AndNot(T a, T b) { return _mm512_andnot_si512(a, b); }
+  static T Add16(T a, T b) { return _mm512_add_epi16(a, b); }
+  static T Sub16(T a, T b) { return _mm512_sub_epi16(a, b); }
+  static T Sub8(T a, T b) { return _mm512_sub_epi8(a, b); }
+  static T AddsU16(T a, T b) { return _mm512_adds_epu16(a, b); }
+  static T Mullo16(T a, T b) { return _mm512_mullo_epi16(a, b); }
+  static T MulhiU16(T a, T b) { return _mm512_mulhi_epu16(a, b); }
+  static T MinS16(T a, T b) { return _mm512_min_epi16(a, b); }
+  static T MinU16(T a, T b) { return _mm512_min_epu16(a, b); }
+  template <int N>
+  static T Srl16(T a) {
+    return _mm512_srli_epi16(a, N);
+  }
+  template <int N>
+  static T Sll16(T a) {
+    return _mm512_slli_epi16(a, N);
+  }
+  template <int N>
+  static T Sra16(T a) {
+    return _mm512_srai_epi16(a, N);
+  }
+  template <int N>
+  static T Sll32(T a) {
+    return _mm512_slli_epi32(a, N);
+  }
+  template <int N>
+  static T Srl32(T a) {
+    return _mm512_srli_epi32(a, N);
+  }
+  static T Eq8(T a, T b) { return _mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a, b)); }
+  static T Eq16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
+  static T Eq32(T a, T b) { return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(a, b)); }
+  static T Gt16(T a, T b) { return _mm512_movm_epi16(_mm512_cmpgt_epi16_mask(a, b)); }
+  static T Select(T m, T a, T b) { return _mm512_ternarylogic_epi32(m, a, b, 0xCA); }
+  static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
+  static T Lo16(T a, T b) { return _mm512_unpacklo_epi16(a, b); }
+  static uint64_t Bits(T m) { return _mm512_movepi8_mask(m); }
+  static constexpr uint64_t kAll = ~uint64_t{0};
+  static bool Any(T m) { return _mm512_test_epi8_mask(m, m) != 0; }
+  static T BytesOf(uint64_t bits) { return _mm512_movm_epi8(bits); }
+  static T Shuffle8(T a, T idx) { return _mm512_shuffle_epi8(a, idx); }
+  static T PermD(T a, T idx) { return _mm512_permutexvar_epi32(idx, a); }
+  // The 48 bytes of 16 pixels are loaded exactly; each 128 bits then takes the 16
+  // bytes around its four pixels.
+  static constexpr int kOver24 = 0;
+  static T Spread24(const uint8_t *p) {
+    const T raw = _mm512_inserti32x4(
+        _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p))),
+        _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 32)), 2);
+    const T x = PermD(raw, _mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12));
+    return Shuffle8(
+        x, _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i *>(kSpread24))));
+  }
+  static void Join24(uint8_t *p, T v) {
+    v = Shuffle8(
+        v, _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i *>(kJoin24))));
+    v = PermD(v, _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15));
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), _mm512_castsi512_si256(v));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 32), _mm512_extracti32x4_epi32(v, 2));
+  }
+};
+using R = R512;
+#elif defined(__AVX2__)
+using R = R256;
+#else
+using R = R128;
+#endif
+
+// A register loaded once: the compiler would otherwise fold the load into each of
+// the register's uses, loading the same bytes again for each.
+template <class V = R>
+inline typename V::T Loaded(const void *p) {
+  typename V::T v = V::Load(p);
+  __asm__("" : "+x"(v));
+  return v;
+}
+
+#endif  // RK_REGISTERS
+
+}  // namespace reg
+RK_NS_END
