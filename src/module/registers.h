@@ -114,12 +114,8 @@ struct R128 {
   // Unsigned minimum from a saturating subtraction: a - max(a - b, 0).
   static T MinU16(T a, T b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
   static T Select(T m, T a, T b) { return Or(And(m, a), AndNot(m, b)); }
-  static T BytesOf(uint64_t bits) {
-    constexpr uint64_t kEvery = 0x0101010101010101;
-    const T v = _mm_set_epi64x(static_cast<int64_t>((bits >> 8 & 0xFF) * kEvery),
-                               static_cast<int64_t>((bits & 0xFF) * kEvery));
-    return Eq8(And(v, Set64(0x8040201008040201)), Set64(0x8040201008040201));
-  }
+  // Eight bits at a time from a table.
+  static T BytesOf(uint64_t bits);
   // No byte shuffle: pixels 1..3 come down by whole-register byte shifts and are
   // interleaved; on the way back each 64-bit half joins its two pixels into 6 bytes.
   static constexpr int kOver24 = 4;
@@ -137,6 +133,21 @@ struct R128 {
     __builtin_memcpy(p + 8, &last, 4);
   }
 };
+
+// The eight bytes of each eight bits: 0xFF where the bit is set.
+struct ByteMasks {
+  uint64_t of[256];
+  constexpr ByteMasks() : of() {
+    for (int b = 0; b < 256; ++b) {
+      for (int i = 0; i < 8; ++i) of[b] |= (b >> i & 1) ? uint64_t{0xFF} << (8 * i) : 0;
+    }
+  }
+};
+inline constexpr ByteMasks kByteMasks{};
+inline R128::T R128::BytesOf(uint64_t bits) {
+  return _mm_set_epi64x(static_cast<int64_t>(kByteMasks.of[bits >> 8 & 0xFF]),
+                        static_cast<int64_t>(kByteMasks.of[bits & 0xFF]));
+}
 
 // The byte shuffles that spread four 3-byte pixels of 16 bytes to 32-bit lanes and
 // join them back, for each 128 bits of the wider registers.
