@@ -41,8 +41,12 @@ inline uint16_t LaneBlend(uint16_t s, uint16_t d, uint16_t w) {
   constexpr int kUp = F::kRShift - 5;
   constexpr uint16_t kHigh = static_cast<uint16_t>(0xFFFFu << F::kRShift);
   auto mul = [w](uint32_t diff) { return static_cast<uint16_t>(diff * w); };
-  uint16_t r = mul(static_cast<uint32_t>(s >> F::kRShift) - static_cast<uint32_t>(d >> F::kRShift));
-  r = static_cast<uint16_t>((static_cast<uint16_t>(r << kUp) + (d & kHigh)) & F::kR);
+  // The red product shifted up is the difference times the weight shifted up (mod 2^16),
+  // one shift for a whole row when the weight is uniform.
+  uint16_t r = static_cast<uint16_t>(
+      (static_cast<uint32_t>(s >> F::kRShift) - static_cast<uint32_t>(d >> F::kRShift)) *
+      static_cast<uint32_t>(w << kUp));
+  r = static_cast<uint16_t>((r + (d & kHigh)) & F::kR);
   uint16_t g = mul(static_cast<uint32_t>(s & F::kG) - static_cast<uint32_t>(d & F::kG));
   g = static_cast<uint16_t>(((g >> 5) + (d & F::kG)) & F::kG);
   const uint16_t p = mul(static_cast<uint32_t>(s & F::kB) - static_cast<uint32_t>(d & F::kB));

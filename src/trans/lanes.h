@@ -54,8 +54,9 @@ template <class F, Blue B>
 inline VT LaneBlendV(VT s, VT d, VT w) {
   constexpr int kUp = F::kRShift - 5;
   constexpr auto kHigh = static_cast<uint16_t>(0xFFFFu << F::kRShift);
-  VT r = V::Mullo16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), w);
-  r = V::And(V::Add16(V::Sll16<kUp>(r), V::And(d, V::Set16(kHigh))), V::Set16(F::kR));
+  // Red's product shifted up, with the weight shifted up instead (the same mod 2^16).
+  VT r = V::Mullo16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), V::Sll16<kUp>(w));
+  r = V::And(V::Add16(r, V::And(d, V::Set16(kHigh))), V::Set16(F::kR));
   const VT gm = V::Set16(F::kG), bm = V::Set16(F::kB);
   const VT dg = V::And(d, gm), db = V::And(d, bm);
   VT g = V::Mullo16(V::Sub16(V::And(s, gm), dg), w);
