@@ -210,8 +210,8 @@ struct HighPlanes {
       L::Store(out + 2 * L::kCount, w[1]);
     } else {
 #if defined(__AVX2__)
-      StoreTriples8(out, w[0]);
-      StoreTriples8(out + 24, w[1]);
+      reg::R256::Join24(out, w[0]);
+      reg::R256::Join24(out + 24, w[1]);
 #else
       alignas(16) uint32_t words[L::kCount];
       L::Store(reinterpret_cast<uint8_t *>(words), w[0]);

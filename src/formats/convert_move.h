@@ -53,17 +53,7 @@ template <int Stride>
 inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t readable) {
   size_t i = 0;
   if constexpr (Stride == 3) {
-    static constexpr int8_t kSpread[16] = {0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1};
-    const __m512i spread = LaneBytes(kSpread);
-    const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0);
-    for (; i + 16 <= n; i += 16) {  // exactly the 48 bytes of 16 elements
-      const uint8_t *p = in + 3 * i;
-      __m512i raw = _mm512_inserti64x2(
-          _mm512_zextsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p))),
-          _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 32)), 2);
-      __m512i v = _mm512_shuffle_epi8(_mm512_permutexvar_epi32(lanes, raw), spread);
-      _mm512_storeu_si512(out + i, v);
-    }
+    for (; i + 16 <= n; i += 16) reg::R512::Store(out + i, reg::R512::Spread24(in + 3 * i));
   } else {
     // Two elements fill five 16-bit words: (B0 G0) (R0 -) (- B1) (G1 R1) (- -).
     alignas(64) static constexpr int16_t kWords[32] = {0,  1,  2,  3,  5,  6,  7,  8,  10, 11, 12,
@@ -98,16 +88,7 @@ template <int Stride>
 inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t total) {
   size_t i = 0;
   if constexpr (Stride == 3) {
-    static constexpr int8_t kPack[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1};
-    const __m512i pack = LaneBytes(kPack);
-    const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0);
-    for (; i + 16 <= n; i += 16) {
-      __m512i v = _mm512_shuffle_epi8(_mm512_loadu_si512(in + i), pack);
-      __m512i packed = _mm512_permutexvar_epi32(lanes, v);
-      uint8_t *p = out + 3 * i;
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), _mm512_castsi512_si256(packed));
-      _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 32), _mm512_extracti64x2_epi64(packed, 2));
-    }
+    for (; i + 16 <= n; i += 16) reg::R512::Join24(out + 3 * i, reg::R512::Load(in + i));
   } else {
     // Odd elements move up a byte so that each pair fills the words (B0 G0) (R0 -)
     // (- B1) (G1 R1) (- -).
@@ -177,16 +158,7 @@ inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t reada
   size_t i = 0;
 #if defined(__AVX2__)
   if constexpr (Stride == 3) {
-    // Eight elements from exactly their 24 bytes, as bytes 0..15 and 8..23.
-    const __m256i spread =
-        _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
-                         4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
-    for (; i + 8 <= n; i += 8) {
-      const uint8_t *p = in + 3 * i;
-      __m256i raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(p + 8),
-                                        reinterpret_cast<const __m128i *>(p));
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), _mm256_shuffle_epi8(raw, spread));
-    }
+    for (; i + 8 <= n; i += 8) reg::R256::Store(out + i, reg::R256::Spread24(in + 3 * i));
   } else {
     // Six elements a step, three from each of two 16-byte windows (their last
     // element ends 3 bytes before the window's end), closed up into six words; the
@@ -218,17 +190,6 @@ inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t reada
 }
 
 #if defined(__AVX2__)
-// The low 3 bytes of eight 32-bit words to exactly 24 bytes: each 128-bit lane
-// packs its four into 12 bytes, and the 32-bit words are then closed up.
-inline void StoreTriples8(uint8_t *out, __m256i v) {
-  const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
-                                        0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-  v = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pack),
-                                  _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7));
-  _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm256_castsi256_si128(v));
-  _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 16), _mm256_extracti128_si256(v, 1));
-}
-
 // 32 elements (four vectors of words) at a stride of 5 as five whole 32-byte vectors. Each 128-bit
 // lane of the output holds bytes of at most four consecutive elements, from the one its first byte
 // belongs to; their words are gathered into the lane and shuffled into place, and the gap bytes are
@@ -284,7 +245,7 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t tota
 #if defined(__AVX2__)
   if constexpr (Stride == 3) {
     for (; i + 8 <= n; i += 8) {
-      StoreTriples8(out + 3 * i, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + i)));
+      reg::R256::Join24(out + 3 * i, reg::R256::Load(in + i));
     }
   } else {
     for (; i + 32 <= n && 5 * i + 160 <= bytes; i += 32) {

@@ -176,12 +176,14 @@ struct R256 {
                  _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303));
     return Eq8(And(v, Set64(0x8040201008040201)), Set64(0x8040201008040201));
   }
-  // Each 128 bits takes the 16 bytes around its four pixels: bytes 0..15, 12..27.
-  static constexpr int kOver24 = 8;
+  // Exactly the 24 bytes, as bytes 0..15 in the low 128 bits and 8..23 in the high.
+  static constexpr int kOver24 = 0;
   static T Spread24(const uint8_t *p) {
-    const T x = PermD(Load(p), _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6));
-    return Shuffle8(x, _mm256_broadcastsi128_si256(
-                           _mm_loadu_si128(reinterpret_cast<const __m128i *>(kSpread24))));
+    const T raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(p + 8),
+                                      reinterpret_cast<const __m128i *>(p));
+    return Shuffle8(raw,
+                    _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
+                                     4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1));
   }
   static void Join24(uint8_t *p, T v) {
     v = Shuffle8(v, _mm256_broadcastsi128_si256(
