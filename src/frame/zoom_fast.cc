@@ -366,9 +366,10 @@ void ZoomFast(const ZoomArgs &a) {
   const bool rowsApart = static_cast<size_t>(dPitch < 0 ? -dPitch : dPitch) >= rowBytes;
   uint8_t *d = a.d, *s = a.s, *prevD = nullptr, *prevS = nullptr;
   // Halving rows of a large destination use streaming stores; one fence after the
-  // last row orders them before the call returns.
+  // last row orders them before the call returns. Not where rows repeat: the copies
+  // would read back rows just streamed out.
   const bool stream =
-      kCanStream && (!K::kWritesSrc || kStream24) && stepX == 0x20000 &&
+      kCanStream && (!K::kWritesSrc || kStream24) && stepX == 0x20000 && stepY >= 0x10000 &&
       static_cast<uint64_t>(rowBytes) * static_cast<uint64_t>(a.h) >= kZoomStreamBytes;
   Step16 fy;
   uint8_t *next = s;
