@@ -53,22 +53,50 @@ std::string WideRows(rkt::Rng &rng) {
     }
   });
 }
-#define WIDE_ROWS(fn)                                    \
-  RKT_DIFF(Wide##fn##16, (WideRows<Rk##fn##16, 2>), 30); \
-  RKT_DIFF(Wide##fn##15, (WideRows<Rk##fn##15, 2>), 30); \
-  RKT_DIFF(Wide##fn##24, (WideRows<Rk##fn##24, 3>), 30); \
-  RKT_DIFF(Wide##fn##32, (WideRows<Rk##fn##32, 4>), 30)
+// A case template registered for the four depths of a member.
+#define EACH_DEPTH(test, fn, tmpl, cases, ...)                                     \
+  RKT_DIFF(test##fn##16, (tmpl<Rk##fn##16, 2 __VA_OPT__(, ) __VA_ARGS__>), cases); \
+  RKT_DIFF(test##fn##15, (tmpl<Rk##fn##15, 2 __VA_OPT__(, ) __VA_ARGS__>), cases); \
+  RKT_DIFF(test##fn##24, (tmpl<Rk##fn##24, 3 __VA_OPT__(, ) __VA_ARGS__>), cases); \
+  RKT_DIFF(test##fn##32, (tmpl<Rk##fn##32, 4 __VA_OPT__(, ) __VA_ARGS__>), cases)
+#define WIDE_ROWS(fn) EACH_DEPTH(Wide, fn, WideRows, 30)
 WIDE_ROWS(Light);
 WIDE_ROWS(Darkle);
 WIDE_ROWS(MaskLight);
 WIDE_ROWS(MaskDarkle);
-#define WIDE_IN_PLACE(fn)                                             \
-  RKT_DIFF(WideInPlace##fn##16, (WideRows<Rk##fn##16, 2, true>), 20); \
-  RKT_DIFF(WideInPlace##fn##15, (WideRows<Rk##fn##15, 2, true>), 20); \
-  RKT_DIFF(WideInPlace##fn##24, (WideRows<Rk##fn##24, 3, true>), 20); \
-  RKT_DIFF(WideInPlace##fn##32, (WideRows<Rk##fn##32, 4, true>), 20)
+#define WIDE_IN_PLACE(fn) EACH_DEPTH(WideInPlace, fn, WideRows, 20, true)
 WIDE_IN_PLACE(Light);
 WIDE_IN_PLACE(Darkle);
+
+// Rectangles as wide as both surfaces' tight rows, the layout where the row walk may
+// hand a member's rows to its fast kernel joined (the driver's random pitches rarely
+// give it). Short rows (many to a joined piece) and now and then rows over enough
+// bytes for several pieces; the rectangle may reach past the surfaces. Every member
+// runs it: those that keep rows apart must not change either.
+template <auto Fn, int Bpp>
+std::string JoinedRows(rkt::Rng &rng) {
+  rkt::World w;
+  const bool big = rng.Chance(0.15);
+  auto width = static_cast<int32_t>(big ? rng.Range(700, 3000) : rng.Range(1, 40));
+  const int64_t minRows = big ? 300'000 / (width * Bpp) : 2;
+  auto rows = static_cast<int32_t>(rng.Range(minRows, minRows + 60));
+  RkSurface src = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
+  RkSurface dst = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
+  const uint32_t key = rkt::PlantKey(rng, src, Bpp), level = rkt::Param(rng);
+  const auto more = static_cast<int32_t>(rng.Chance(0.3) ? rng.Range(1, 5) : 0);
+  return rkt::CompareLevels(w, [&] {
+    if constexpr (std::is_same_v<decltype(Fn), KeyFn>) {
+      Fn(&dst, 0, 0, &src, 0, 0, width + more, rows + more, level, key);
+    } else {
+      Fn(&dst, 0, 0, &src, 0, 0, width + more, rows + more, level);
+    }
+  });
+}
+#define JOINED_ROWS(fn) EACH_DEPTH(Joined, fn, JoinedRows, 40)
+JOINED_ROWS(Light);
+JOINED_ROWS(Darkle);
+JOINED_ROWS(MaskLight);
+JOINED_ROWS(MaskDarkle);
 
 // Values worked out by hand from the members' formulas (24 bits: 0xRRGGBB). `At`
 // {x, 0, x, 0, w}: the rectangle at column x of both surfaces.

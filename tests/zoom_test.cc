@@ -8,6 +8,7 @@
 
 #include "driver.h"
 #include "frame/zoom.h"
+#include "frame/zoom_clip.h"
 #include "module/dispatch.h"
 #include "rkpix.h"
 #include "toolkit.h"
@@ -87,7 +88,34 @@ std::string ZoomCase(rkt::Rng &rng) {
          ": dst w h pitch, src w h pitch, dstRect, srcRect:" + o.str();
 }
 
+// Halving into destinations large enough for streaming stores: rows of any length and
+// padding, so that the aligned lanes start at any pixel (or rows miss whole-pixel
+// alignment), from sources twice the size.
+template <ZoomFn Fn, int Bpp, bool WritesSrc>
+std::string LargeHalving(rkt::Rng &rng) {
+  rkt::World w;
+  auto width = static_cast<int32_t>(rng.Range(500, 1100));
+  auto rows = static_cast<int32_t>(rk::kZoomStreamBytes / static_cast<uint64_t>(width * Bpp) +
+                                   static_cast<uint64_t>(rng.Range(1, 9)));
+  auto pad = [&] { return static_cast<int32_t>(rng.Chance(0.4) ? 0 : rng.Range(1, 70)); };
+  auto x = static_cast<int32_t>(rng.Range(0, 3));
+  RkSurface dst = rkt::NewSurface(w, rng, {width + x, rows, (width + x) * Bpp + pad()}, Bpp, true);
+  RkSurface src =
+      rkt::NewSurface(w, rng, {2 * width, 2 * rows, 2 * width * Bpp + pad()}, Bpp, WritesSrc);
+  const RkRect dr{x, 0, x + width, rows}, sr{0, 0, 2 * width, 2 * rows};
+  rk::ZoomClip c{};
+  const auto id = Bpp == 4 ? rk::KernelId::RkZoom32 : rk::KernelId::RkZoom16;
+  if (!rk::ZoomClipOf(id, dst, dr, src, sr, &c) || c.stepX != 0x20000 ||
+      static_cast<uint64_t>(c.w * c.h * Bpp) < rk::kZoomStreamBytes) {
+    return "the case does not halve into a large destination";
+  }
+  return rkt::CompareLevels(w, [&] { Fn(&dst, &dr, &src, &sr); });
+}
+
 RKT_DIFF(RkZoom16, (&ZoomCase<&RkZoom16, 2, false>), 5000);
+RKT_DIFF(LargeHalvingRkZoom16, (&LargeHalving<&RkZoom16, 2, false>), 6);
+RKT_DIFF(LargeHalvingRkZoom24, (&LargeHalving<&RkZoom24, 3, true>), 6);
+RKT_DIFF(LargeHalvingRkZoom32, (&LargeHalving<&RkZoom32, 4, false>), 6);
 RKT_DIFF(RkZoom24, (&ZoomCase<&RkZoom24, 3, true>), 5000);
 RKT_DIFF(RkZoom32, (&ZoomCase<&RkZoom32, 4, false>), 5000);
 

@@ -35,6 +35,8 @@ using Darkle15 = Darkle1615<Color15, KernelId::RkDarkle15>;
 struct Darkle24 : BlitKernel<3> {
   static constexpr KernelId kId = KernelId::RkDarkle24;
   static constexpr bool kPointwise = true;
+  // Every byte by the same formula, whichever step takes it: rows may run joined.
+  static constexpr bool kJoinRows = true;
   template <class M>
   static void Ref(const Row<M> &r) {
     uint32_t s = ByteScale(r.a);
@@ -50,6 +52,7 @@ struct Darkle24 : BlitKernel<3> {
 struct Darkle32 : BlitKernel<4> {
   static constexpr KernelId kId = KernelId::RkDarkle32;
   static constexpr bool kPointwise = true;
+  static constexpr bool kJoinRows = true;
   template <class M>
   static void Ref(const Row<M> &r) {
     uint32_t s = ByteScale(r.a);

@@ -13,6 +13,8 @@ template <class F, KernelId Id>
 struct Light1615 : BlitKernel<2> {
   static constexpr KernelId kId = Id;
   static constexpr bool kPointwise = true;
+  // Every step applies the same formula to each pixel: rows may run joined.
+  static constexpr bool kJoinRows = true;
   template <class M>
   static void Ref(const Row<M> &r) {
     uint32_t k = LevelScale16(r.a);

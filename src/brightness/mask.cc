@@ -56,6 +56,10 @@ template <int B, KernelId Id>
 struct MaskLight2432 : BlitKernel<B> {
   static constexpr KernelId kId = Id;
   static bool FastOk(uint32_t level, uint32_t) { return level <= 32767; }
+  // At depth 32 a pixel alone and a pixel of a pair give the same bytes for the
+  // levels the fast rows take, so rows may run joined; the odd last 24-bit pixel is
+  // built from its third byte and keeps rows apart.
+  static constexpr bool kJoinRows = B == 4;
   template <class M>
   static void Ref(const Row<M> &r) {
     uint32_t s = r.a;

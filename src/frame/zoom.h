@@ -24,6 +24,12 @@ struct ZoomArgs {
 };
 using ZoomFn = void (*)(const ZoomArgs &);
 
+// Halving calls whose destination has at least this many bytes write it with
+// streaming stores where the level has them: it would not stay in the caches anyway,
+// and its lines need not be read before they are written. Smaller ones are likely
+// read again soon and keep plain stores.
+constexpr uint64_t kZoomStreamBytes = 1536 * 1024;
+
 }  // namespace rk
 
 RK_NS_BEGIN

@@ -3,10 +3,12 @@
 // it. Members that only read their source scale a row with plain loops the
 // compiler vectorises for the common steps (1:1, 2x up, 2x down) and with the
 // 16.16 stepper otherwise; RkZoom24 does the same with its samples first and the
-// stamps into its source after them.
+// stamps into its source after them. Halving into a large destination stores it with
+// streaming stores from the first aligned lane of each row.
+#include <algorithm>
 #include <cstring>
 
-#if defined(__AVX2__)
+#if defined(__SSE2__)
 #include <immintrin.h>
 #endif
 
@@ -16,29 +18,121 @@
 RK_NS_BEGIN
 namespace {
 
+#if defined(__SSE2__)
+// The even pixels of 2 * kLane source bytes, stored as kLane destination bytes at an
+// address aligned to kLane with a streaming store (past the caches: a large
+// destination is not read again soon, and it need not be fetched before the write).
+#if defined(__AVX512BW__)
+constexpr size_t kLane = 64;
+template <class T>
+constexpr auto kEvenIndex = [] {
+  struct {
+    alignas(64) T i[64 / sizeof(T)];
+  } r{};
+  for (size_t k = 0; k < 64 / sizeof(T); ++k) r.i[k] = static_cast<T>(2 * k);
+  return r;
+}();
+template <class T>
+void StreamEven(uint8_t *d, const uint8_t *s) {
+  const __m512i a = _mm512_loadu_si512(s), b = _mm512_loadu_si512(s + 64);
+  const __m512i at = _mm512_load_si512(kEvenIndex<T>.i);
+  __m512i v;
+  if constexpr (sizeof(T) == 4) {
+    v = _mm512_permutex2var_epi32(a, at, b);
+  } else {
+    v = _mm512_permutex2var_epi16(a, at, b);
+  }
+  _mm512_stream_si512(reinterpret_cast<__m512i *>(d), v);
+}
+#elif defined(__AVX2__)
+constexpr size_t kLane = 32;
+template <class T>
+void StreamEven(uint8_t *d, const uint8_t *s) {
+  const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s));
+  const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + 32));
+  __m256i v;  // the even pixels of a and b, per 128-bit lane: a0 b0 | a1 b1
+  if constexpr (sizeof(T) == 4) {
+    v = _mm256_castps_si256(
+        _mm256_shuffle_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b), 0x88));
+  } else {
+    const __m256i low = _mm256_set1_epi32(0xFFFF);
+    v = _mm256_packus_epi32(_mm256_and_si256(a, low), _mm256_and_si256(b, low));
+  }
+  _mm256_stream_si256(reinterpret_cast<__m256i *>(d), _mm256_permute4x64_epi64(v, 0xD8));
+}
+#else
+constexpr size_t kLane = 16;
+template <class T>
+void StreamEven(uint8_t *d, const uint8_t *s) {
+  const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s));
+  const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + 16));
+  __m128i v;
+  if constexpr (sizeof(T) == 4) {
+    v = _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), 0x88));
+  } else {  // sign-extended low halves pack back unchanged
+    v = _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(a, 16), 16),
+                        _mm_srai_epi32(_mm_slli_epi32(b, 16), 16));
+  }
+  _mm_stream_si128(reinterpret_cast<__m128i *>(d), v);
+}
+#endif
+constexpr bool kCanStream = true;
+#else
+constexpr size_t kLane = 16;
+template <class T>
+void StreamEven(uint8_t *, const uint8_t *) {}
+constexpr bool kCanStream = false;
+#endif
+
+// RkZoom24 streams from its byte-shuffle blocks, which the AVX2 levels have.
+#if defined(__AVX2__)
+constexpr bool kStream24 = true;
+#else
+constexpr bool kStream24 = false;
+#endif
+
 // Every other pixel of a source row. The row reads twice the bytes it writes, so
 // memory is what limits it: the source row sampled next (`next`, or null) is
-// fetched into the cache a stretch at a time, one row ahead of the reads.
+// fetched into the cache a stretch at a time, one row ahead of the reads. With
+// `stream` (and d aligned to the pixel size) the pixels before the first aligned
+// destination lane are stored plainly, then whole lanes by streaming stores.
 template <class T>
-void HalveRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n) {
+void HalveRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, bool stream) {
   constexpr size_t kStretch = 256 / sizeof(T);  // destination pixels: 8 source lines
-  for (size_t i = 0; i < n; i += kStretch) {
+  constexpr size_t kLanePixels = kLane / sizeof(T);
+  auto plain = [d, s](size_t from, size_t to) {
+    for (size_t j = from; j < to; ++j) {
+      T v;
+      std::memcpy(&v, s + 2 * j * sizeof(T), sizeof(T));
+      std::memcpy(d + j * sizeof(T), &v, sizeof(T));
+    }
+  };
+  size_t i = 0;
+  stream = stream && reinterpret_cast<uintptr_t>(d) % sizeof(T) == 0;
+  if (stream) {
+    i = std::min(n, (-reinterpret_cast<uintptr_t>(d) & (kLane - 1)) / sizeof(T));
+    plain(0, i);
+  }
+  for (; i < n; i += kStretch) {
     const size_t m = n - i < kStretch ? n - i : kStretch;
     if (next) {
       for (size_t b = 0; b < 2 * m * sizeof(T); b += 64) {
         __builtin_prefetch(next + 2 * i * sizeof(T) + b);
       }
     }
-    for (size_t j = i; j < i + m; ++j) {
-      T v;
-      std::memcpy(&v, s + 2 * j * sizeof(T), sizeof(T));
-      std::memcpy(d + j * sizeof(T), &v, sizeof(T));
+    size_t j = i;
+    if (stream) {
+      for (; j + kLanePixels <= i + m; j += kLanePixels) {
+        StreamEven<T>(d + j * sizeof(T), s + 2 * j * sizeof(T));
+      }
     }
+    plain(j, i + m);
   }
 }
 
 template <class T>
-void ScaleRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, uint32_t stepX) {
+void ScaleRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, uint32_t stepX,
+              bool stream) {
   auto ld = [s](size_t i) {
     T v;
     std::memcpy(&v, s + i * sizeof(T), sizeof(T));
@@ -58,7 +152,7 @@ void ScaleRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, uint3
       if (n & 1) st(n - 1, ld(n / 2));
       return;
     case 0x20000:
-      HalveRow<T>(d, s, next, n);
+      HalveRow<T>(d, s, next, n, stream);
       return;
     default: {
       Step16 fx;
@@ -130,7 +224,7 @@ inline __m256i LoadLanes(const uint8_t *in, const int (&lo)[2], const int (&hi)[
 // Whole blocks of output while the block's output lies inside outBytes and its reads
 // inside inBytes. `next` (or null) is the input row sampled next, fetched into the
 // cache one row ahead of the reads. Returns the blocks done.
-template <class F>
+template <class F, bool Stream = false>
 size_t GatherBlocks(uint8_t *out, const uint8_t *in, const uint8_t *next, size_t outBytes,
                     size_t inBytes) {
   constexpr const LanePlan &p = kPlan<F>;
@@ -149,7 +243,12 @@ size_t GatherBlocks(uint8_t *out, const uint8_t *in, const uint8_t *next, size_t
         v[j] = _mm256_or_si256(
             v[j], _mm256_shuffle_epi8(LoadLanes(i, p.at[2 * j], p.at[2 * j + 1], 1), m1));
       }
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 96 * b + 32 * j), v[j]);
+      auto *at = reinterpret_cast<__m256i *>(out + 96 * b + 32 * j);
+      if constexpr (Stream) {
+        _mm256_stream_si256(at, v[j]);
+      } else {
+        _mm256_storeu_si256(at, v[j]);
+      }
     }
   }
   return b;
@@ -195,9 +294,9 @@ size_t StampBlocks(uint8_t *out, uint8_t *also, const uint8_t *in, size_t bytes)
 // stamps after them; the common steps run as byte shuffles over whole blocks where
 // the level has them, and as plain loops over bytes for the rest of the row.
 void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, [[maybe_unused]] const uint8_t *next,
-                size_t n, uint32_t stepX) {
-  auto samples = [&](size_t from, auto col) {
-    for (size_t i = from; i < n; ++i) {
+                size_t n, uint32_t stepX, [[maybe_unused]] bool stream) {
+  auto samples = [&](size_t from, auto col, size_t to) {
+    for (size_t i = from; i < to; ++i) {
       const size_t c = col(i);
       d[3 * i] = s[3 * c];
       d[3 * i + 1] = s[3 * c + 1];
@@ -213,7 +312,8 @@ void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, [[maybe_unused]] c
 #if defined(__AVX2__)
       done = stamped = 32 * StampBlocks<3>(d, s, s, 3 * n);
 #endif
-      samples(done, [](size_t i) { return i; });
+      samples(
+          done, [](size_t i) { return i; }, n);
       stamps(stamped, n, 1);
       return;
     case 0x8000: {  // every source pixel twice
@@ -222,17 +322,28 @@ void StampRow24(uint8_t *__restrict d, uint8_t *__restrict s, [[maybe_unused]] c
       done = 32 * GatherBlocks<Doubled>(d, s, nullptr, 3 * n, 3 * m);
       stamped = 32 * StampBlocks<3>(s, nullptr, s, 3 * m);
 #endif
-      samples(done, [](size_t i) { return i / 2; });
+      samples(
+          done, [](size_t i) { return i / 2; }, n);
       stamps(stamped, m, 1);
       return;
     }
     case 0x20000: {
       [[maybe_unused]] const size_t reach = 6 * n - 3;  // the last sample's byte 2 ends the row
+      auto col = [](size_t i) { return 2 * i; };
 #if defined(__AVX2__)
-      done = 32 * GatherBlocks<Halved>(d, s, next, 3 * n, reach);
+      if (stream) {
+        // The first pixel whose destination is 32-byte aligned (3 * 11 = 1 mod 32).
+        done = std::min(n, (-reinterpret_cast<uintptr_t>(d) & 31) * 11 % 32);
+        samples(0, col, done);
+        done += 32 * GatherBlocks<Halved, true>(d + 3 * done, s + 6 * done,
+                                                next ? next + 6 * done : nullptr, 3 * (n - done),
+                                                reach - 6 * done);
+      } else {
+        done = 32 * GatherBlocks<Halved>(d, s, next, 3 * n, reach);
+      }
       stamped = 16 * StampBlocks<6>(s, nullptr, s, reach);
 #endif
-      samples(done, [](size_t i) { return 2 * i; });
+      samples(done, col, n);
       stamps(stamped, n, 2);
       return;
     }
@@ -254,6 +365,12 @@ void ZoomFast(const ZoomArgs &a) {
   const intptr_t dPitch = a.dPitch, sPitch = a.sPitch;
   const bool rowsApart = static_cast<size_t>(dPitch < 0 ? -dPitch : dPitch) >= rowBytes;
   uint8_t *d = a.d, *s = a.s, *prevD = nullptr, *prevS = nullptr;
+  // Halving rows of a large destination use streaming stores; one fence after the
+  // last row orders them before the call returns. Not where rows repeat: the copies
+  // would read back rows just streamed out.
+  const bool stream =
+      kCanStream && (!K::kWritesSrc || kStream24) && stepX == 0x20000 && stepY >= 0x10000 &&
+      static_cast<uint64_t>(rowBytes) * static_cast<uint64_t>(a.h) >= kZoomStreamBytes;
   Step16 fy;
   uint8_t *next = s;
   for (int64_t y = 0; y < a.h; ++y) {
@@ -262,15 +379,18 @@ void ZoomFast(const ZoomArgs &a) {
     if (prevD && s == prevS && rowsApart) {
       std::memcpy(d, prevD, rowBytes);
     } else if constexpr (K::kWritesSrc) {
-      StampRow24(d, s, y + 1 < a.h ? next : nullptr, n, stepX);
+      StampRow24(d, s, y + 1 < a.h ? next : nullptr, n, stepX, stream);
     } else {
       // Only a hint: the address is never read unless it is the next row's.
-      ScaleRow<typename K::Word>(d, s, y + 1 < a.h ? next : nullptr, n, stepX);
+      ScaleRow<typename K::Word>(d, s, y + 1 < a.h ? next : nullptr, n, stepX, stream);
     }
     prevD = d;
     prevS = s;
     d = AddrAdd(d, dPitch);
   }
+#if defined(__SSE2__)
+  if (stream) _mm_sfence();
+#endif
 }
 
 }  // namespace
