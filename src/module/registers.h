@@ -267,6 +267,64 @@ using R = R256;
 using R = R128;
 #endif
 
+#if defined(__BMI2__)
+// 64 3-byte pixels as bits, from and to bits of their 192 bytes (m[k] bit b for byte
+// 64 x k + b). The pixels start every third byte: at bits 0, 3 .. 63 of the first word,
+// 2, 5 .. 62 of the second and 1, 4 .. 61 of the third (22, 21 and 21 pixels).
+inline constexpr uint64_t kStarts24[3] = {0x9249249249249249, 0x4924924924924924,
+                                          0x2492492492492492};
+// Bit i set where bytes 3i, 3i + 1 and 3i + 2 all are.
+inline uint64_t PixelBits24(const uint64_t m[3]) {
+  auto all = [&](int k) {
+    uint64_t next = k < 2 ? m[k + 1] : 0;
+    return m[k] & (m[k] >> 1 | next << 63) & (m[k] >> 2 | next << 62);
+  };
+  return _pext_u64(all(0), kStarts24[0]) | _pext_u64(all(1), kStarts24[1]) << 22 |
+         _pext_u64(all(2), kStarts24[2]) << 43;
+}
+// The other way: the three bytes of each pixel whose bit is set.
+inline void ByteBits24(uint64_t px, uint64_t m[3]) {
+  const uint64_t t0 = _pdep_u64(px, kStarts24[0]), t1 = _pdep_u64(px >> 22, kStarts24[1]),
+                 t2 = _pdep_u64(px >> 43, kStarts24[2]);
+  // A start's bit times 7 is its three bytes (starts are three apart); pixel 21 ends
+  // in the second word, pixel 42 in the third.
+  m[0] = t0 * 7;
+  m[1] = t1 * 7 | (t0 >> 63) * 3;
+  m[2] = t2 * 7 | t1 >> 62;
+}
+#endif
+
+// The three bytes of `key` repeated over a register of V from byte `phase` of the
+// key (bytes 0, 1, 2, 0 ... for phase 0): the pattern a key pixel matches in a
+// register that starts `phase` bytes into a pixel.
+template <class V>
+inline typename V::T KeyPattern24(uint32_t key, int phase) {
+  alignas(64) uint8_t pat[V::kBytes];
+  for (int i = 0; i < V::kBytes; ++i) pat[i] = static_cast<uint8_t>(key >> (8 * ((i + phase) % 3)));
+  return V::Load(pat);
+}
+
+#if defined(__AVX512BW__)
+// Per-pixel words fanned out to the bytes of 64 3-byte pixels: register r of their 192
+// bytes holds bytes 64r .. 64r + 63, word k of it bytes 64r + 2k and 64r + 2k + 1.
+// Fan24(lo, hi, r, odd) gives word k the word of the pixel of its low byte (odd 0) or
+// of its high byte (odd 1), from the pixels' words in lo (pixels 0..31) and hi (32..63).
+struct Fan24Table {
+  alignas(64) uint16_t idx[3][2][32];
+  constexpr Fan24Table() : idx{} {
+    for (int r = 0; r < 3; ++r) {
+      for (int o = 0; o < 2; ++o) {
+        for (int k = 0; k < 32; ++k) idx[r][o][k] = static_cast<uint16_t>((64 * r + 2 * k + o) / 3);
+      }
+    }
+  }
+};
+inline constexpr Fan24Table kFan24Table{};
+inline __m512i Fan24(__m512i lo, __m512i hi, int r, int odd) {
+  return _mm512_permutex2var_epi16(lo, _mm512_load_si512(kFan24Table.idx[r][odd]), hi);
+}
+#endif
+
 // A register loaded once: the compiler would otherwise fold the load into each of
 // the register's uses, loading the same bytes again for each.
 template <class V = R>

@@ -139,20 +139,68 @@ inline int32_t Pairs32Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int3
 
 #if defined(__AVX512BW__) || defined(__AVX2__)
 #define RK_TRANS_LANES24 1
+#if defined(__AVX512BW__)
+// The key of a 24-bit walk against the 64 pixels of three registers of their
+// bytes: each register's bytes are compared with the key's bytes in the order that
+// register meets them, and the matches reduced to whole pixels.
+struct Key24 {
+  VT pat[3];
+  explicit Key24(uint32_t key) {
+    for (int r = 0; r < 3; ++r) pat[r] = reg::KeyPattern24<V>(key, 64 * r % 3);
+  }
+  // Bit i set where pixel i is the key.
+  uint64_t Pixels(const VT v[3]) const {
+    uint64_t eq[3];
+    for (int r = 0; r < 3; ++r) {
+      eq[r] = _mm512_cmpeq_epi8_mask(v[r], pat[r]);
+    }
+    return reg::PixelBits24(eq);
+  }
+};
+
+// Pixels [0, n) of a 24-bit pixel walk, blended byte by byte in place (alone or in
+// a pair is the same at 24 bits), 64 pixels (three registers of their bytes) a step:
+// the channel's weights fanned out to the bytes by word permutes, the key pixels'
+// bytes left out of the stores.
+template <class Mode>
+inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
+                             uint32_t b) {
+  [[maybe_unused]] const Key24 key(b);
+  const VT uniform = V::Set16(static_cast<uint16_t>(a));
+  int32_t j = 0;
+  for (; j + 64 <= n; j += 64) {
+    const int64_t at = 3 * int64_t{j};
+    const VT sv[3] = {V::Load(s + at), V::Load(s + at + 64), V::Load(s + at + 128)};
+    uint64_t keyBytes[3] = {};
+    if constexpr (Mode::kKeyed) reg::ByteBits24(key.Pixels(sv), keyBytes);
+    [[maybe_unused]] VT lo, hi;
+    if constexpr (Mode::kChannel) {
+      lo = V::Chan16(c + j);
+      hi = V::Chan16(c + j + 32);
+    }
+    for (int r = 0; r < 3; ++r) {
+      VT we = uniform, wo = uniform;
+      if constexpr (Mode::kChannel) {
+        we = reg::Fan24(lo, hi, r, 0);
+        wo = reg::Fan24(lo, hi, r, 1);
+      }
+      uint8_t *p = d + at + 64 * r;
+      const VT out = HalfBlendV(sv[r], V::Load(p), we, wo);
+      if constexpr (Mode::kKeyed) {
+        _mm512_mask_storeu_epi8(p, ~keyBytes[r], out);
+      } else {
+        V::Store(p, out);
+      }
+    }
+  }
+  return j;
+}
+#else
 // KeyBytes24: for the V::kBytes 3-byte pixels from p, 0xFF in byte i where pixel i
 // is the key (its three bytes as a dword against `key`), else 0. The pixels are
 // spread one to a dword kPix24 at a time, reading V::kOver24 bytes past the last
 // pixel.
 constexpr int32_t kPix24 = V::kBytes / 4;
-#if defined(__AVX512BW__)
-inline VT KeyBytes24(const uint8_t *p, VT key) {
-  uint64_t m = 0;
-  for (int i = 0; i < 4; ++i) {
-    m |= uint64_t{_mm512_cmpeq_epi32_mask(V::Spread24(p + 3 * kPix24 * i), key)} << (kPix24 * i);
-  }
-  return _mm512_movm_epi8(m);
-}
-#else
 inline VT KeyBytes24(const uint8_t *p, VT key) {
   VT m[4];
   for (int i = 0; i < 4; ++i) m[i] = V::Eq32(V::Spread24(p + 3 * kPix24 * i), key);
@@ -160,7 +208,6 @@ inline VT KeyBytes24(const uint8_t *p, VT key) {
   const VT x = _mm256_packs_epi16(_mm256_packs_epi32(m[0], m[1]), _mm256_packs_epi32(m[2], m[3]));
   return V::PermD(x, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
-#endif
 
 // Tables of Pixels24Lanes: for each of a step's three registers of bytes, the
 // dwords of the per-pixel register each 16-byte lane takes (the four around its
@@ -226,6 +273,8 @@ inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int
   }
   return j;
 }
+
+#endif
 
 #else
 #define RK_TRANS_LANES24 0
