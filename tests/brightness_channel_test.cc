@@ -227,14 +227,14 @@ TEST(BrightnessChannel, LightByteLanesMatchFormulas) {
 // third of them the key, so that the fast rows meet whole registers of key pixels, of
 // drawn pixels and of both (the driver's scattered keys rarely give the first two).
 // Every level against the reference walk.
-template <auto Fn, int Bpp, int Elem>
+template <auto Fn, int Bpp, int Elem, bool kInPlace = false>
 std::string WideRows(rkt::Rng &rng) {
   constexpr bool kKeyed = std::is_same_v<decltype(Fn), ChanKeyFn>;
   rkt::World w;
   auto width = static_cast<int32_t>(rng.Range(64, 900));
   auto rows = static_cast<int32_t>(rng.Range(1, 3));
   RkSurface src = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
-  RkSurface dst = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
+  RkSurface dst = kInPlace ? src : rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
   RkSurface chan = rkt::NewSurface(w, rng, {width, rows, width * Elem}, Elem, false);
   auto *px = static_cast<uint8_t *>(src.pixels);
   uint32_t key = rng.U32();
@@ -268,5 +268,9 @@ WIDE_ROWS(LightWithChannel, 2);
 WIDE_ROWS(DarkleWithChannel, 1);
 WIDE_ROWS(MaskLightWithChannel, 2);
 WIDE_ROWS(MaskDarkleWithChannel, 1);
+// The destination its own source, where the fast rows take such rows.
+RKT_DIFF(WideInPlaceLightWithChannel24, (WideRows<RkLightWithChannel24, 3, 2, true>), 15);
+RKT_DIFF(WideInPlaceDarkleWithChannel24, (WideRows<RkDarkleWithChannel24, 3, 1, true>), 15);
+RKT_DIFF(WideInPlaceMaskLightWithChannel24, (WideRows<RkMaskLightWithChannel24, 3, 2, true>), 15);
 
 }  // namespace

@@ -345,6 +345,58 @@ int64_t Stream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, 
 }
 #endif
 
+#if defined(__AVX512BW__)
+// Pixel pairs of 3 bytes as a plain byte stream, 64 pixels (three registers of their
+// 192 bytes) a step from the row's start: fn(first pixel, step) for each step, the
+// elements fanned out to the bytes by word permutes (reg::Fan24). With kKeyed, a step
+// whose pixels are all the key is passed over. Returns the pixels done.
+struct Step24 {
+  __m512i x[3];    // the bytes
+  __m512i lo, hi;  // the elements as words, pixels 0..31 and 32..63
+  uint64_t keys;   // bit i: pixel i is the key
+};
+template <int CE, bool kKeyed, class Fn>
+int64_t Steps24(const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key, Fn fn) {
+  [[maybe_unused]] const reg::Key24 k(key);
+  int64_t i = 0;
+  for (; i + 64 <= count; i += 64) {
+    Step24 t;
+    for (int r = 0; r < 3; ++r) t.x[r] = vec::V512::Load(s + 3 * i + 64 * r);
+    t.keys = kKeyed ? k.Pixels(t.x) : 0;
+    if (kKeyed && t.keys == ~uint64_t{0}) continue;
+    t.lo = vec::V512::Elems16<CE>(c + CE * i);
+    t.hi = vec::V512::Elems16<CE>(c + CE * (i + 32));
+    fn(i, t);
+  }
+  return i;
+}
+// The left pixels of pairs among 64 pixels from a pair's start.
+constexpr uint64_t kLeftPixels = 0x5555555555555555;
+// Word masks of the even and of the odd bytes of 64 bytes.
+inline uint32_t EvenBytes(uint64_t b) {
+  return static_cast<uint32_t>(_pext_u64(b, 0x5555555555555555));
+}
+inline uint32_t OddBytes(uint64_t b) {
+  return static_cast<uint32_t>(_pext_u64(b, 0xAAAAAAAAAAAAAAAA));
+}
+// Bytes of a pair's pixels by the Light byte formula (LightChanByte16) with the
+// even and odd bytes' factors ce and co, in the words of `unsignedE` / `unsignedO`
+// unsigned, elsewhere signed.
+inline __m512i LightStream(__m512i x, __m512i ce, __m512i co, uint32_t unsignedE,
+                           uint32_t unsignedO) {
+  using V = vec::V512;
+  auto byte = [](__m512i v8, __m512i e, uint32_t plain) {
+    // A signed factor of 0x8000 or more keeps the product's bits 8..15 alone.
+    auto wraps = static_cast<__mmask32>(_mm512_movepi16_mask(e) & ~plain);
+    __m512i p = V::MulhiU16(v8, e);
+    return V::MinU16(_mm512_mask_mov_epi16(p, wraps, V::And(p, V::Set16(0xFF))), V::Set16(255));
+  };
+  auto even = byte(V::Sll16<8>(x), ce, unsignedE);
+  auto odd = byte(V::And(x, V::Set16(0xFF00)), co, unsignedO);
+  return V::Or(even, V::Sll16<8>(odd));
+}
+#endif
+
 #if defined(RK_CHAN_VEC)
 // Pairs of drawn pixels by the Light byte formula, each its own element as a signed
 // factor; the fourth byte 0.
@@ -391,18 +443,29 @@ void FastLightChanBytes(const RowArgs &r) {
   int64_t i = 0;
   if constexpr (Bpp == 3) {
 #if defined(RK_CHAN_VEC)
+#if defined(__AVX512BW__)
+    i = Steps24<2, false>(r.s, r.c, 2 * Pairs(r), 0, [&](int64_t at, const Step24 &t) {
+      for (int q = 0; q < 3; ++q) {
+        vec::V512::Store(r.d + 3 * at + 64 * q, LightStream(t.x[q], reg::Fan24(t.lo, t.hi, q, 0),
+                                                            reg::Fan24(t.lo, t.hi, q, 1), 0, 0));
+      }
+    });
+#endif
 #if defined(__AVX2__)
     // LightPixBytes on the stream's bytes: every byte of a pair with its own element as
     // a signed factor.
-    i = Stream24<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [](__m256i b, __m256i ce, __m256i co) {
-      using V = vec::V256;
-      auto byte = [](__m256i v8, __m256i e) {
-        auto keep = V::Xor(V::Set16(0xFFFF), V::And(_mm256_srai_epi16(e, 15), V::Set16(0xFF00)));
-        return V::MinU16(V::And(V::MulhiU16(v8, e), keep), V::Set16(255));
-      };
-      auto even = byte(V::Sll16<8>(b), ce), odd = byte(V::And(b, V::Set16(0xFF00)), co);
-      return V::Or(even, V::Sll16<8>(odd));
-    });
+    i += Stream24<2, true>(
+        r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i,
+        [](__m256i b, __m256i ce, __m256i co) {
+          using V = vec::V256;
+          auto byte = [](__m256i v8, __m256i e) {
+            auto keep =
+                V::Xor(V::Set16(0xFFFF), V::And(_mm256_srai_epi16(e, 15), V::Set16(0xFF00)));
+            return V::MinU16(V::And(V::MulhiU16(v8, e), keep), V::Set16(255));
+          };
+          auto even = byte(V::Sll16<8>(b), ce), odd = byte(V::And(b, V::Set16(0xFF00)), co);
+          return V::Or(even, V::Sll16<8>(odd));
+        });
 #endif
     i += Rows24<2, false>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i, vecFn);
     for (int64_t col = i; col < 2 * Pairs(r); col += 2) ChanUnit<2>(x, col, LightChanPair);
@@ -492,10 +555,40 @@ void FastMaskLightChan24(const RowArgs &r) {
   auto x = Chan<3, 2>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, LightChanLone);
 #if defined(RK_CHAN_VEC)
-  int64_t i =
-      Rows24<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto v, auto px, auto e, int64_t) {
-        return MaskLightPairsVec<decltype(v)>(px, e, key);
-      });
+  int64_t i = 0;
+#if defined(__AVX512BW__)
+  // A right pixel drawn alone takes its left partner's element (moved into its word
+  // before the fan-out); a pixel drawn alone is unsigned; the key's bytes are not stored.
+  i = Steps24<2, true>(r.s, r.c, 2 * Pairs(r), r.b, [&](int64_t at, const Step24 &t) {
+    // Pixels drawn alone (none where keys come in runs of whole pairs).
+    const uint64_t alone = ((t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels)) & ~t.keys;
+    __m512i lo = t.lo, hi = t.hi;
+    uint64_t keyB[3];
+    uint32_t aloneE[3] = {}, aloneO[3] = {};  // the even and odd bytes drawn alone
+    reg::ByteBits24(t.keys, keyB);
+    if (alone != 0) {
+      const uint64_t right = alone & ~kLeftPixels;
+      lo = _mm512_mask_mov_epi16(lo, static_cast<__mmask32>(right), _mm512_slli_epi32(lo, 16));
+      hi =
+          _mm512_mask_mov_epi16(hi, static_cast<__mmask32>(right >> 32), _mm512_slli_epi32(hi, 16));
+      uint64_t aloneB[3];
+      reg::ByteBits24(alone, aloneB);
+      for (int q = 0; q < 3; ++q) {
+        aloneE[q] = EvenBytes(aloneB[q]);
+        aloneO[q] = OddBytes(aloneB[q]);
+      }
+    }
+    for (int q = 0; q < 3; ++q) {
+      auto out = LightStream(t.x[q], reg::Fan24(lo, hi, q, 0), reg::Fan24(lo, hi, q, 1), aloneE[q],
+                             aloneO[q]);
+      _mm512_mask_storeu_epi8(r.d + 3 * at + 64 * q, ~keyB[q], out);
+    }
+  });
+#endif
+  i += Rows24<2, true>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i,
+                       [key = r.b](auto v, auto px, auto e, int64_t) {
+                         return MaskLightPairsVec<decltype(v)>(px, e, key);
+                       });
   for (int64_t col = i; col < 2 * Pairs(r); col += 2)
     KeyedPair<3, true, false>(x, col, r.b, LightChanLone, LightChanPair);
 #else
@@ -555,17 +648,42 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   constexpr int64_t kNoted = 4096;
   uint64_t noted[kNoted / 64] = {};
   bool anyOne = false;
-  int64_t i = Rows24<1, true>(
-      r.d, r.s, r.c, 2 * Pairs(r), [&, key = r.b](auto v, auto px, auto e, int64_t at) {
-        using V = decltype(v);
-        auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
-        if (V::Any(V::Xor(k, kp))) {
-          anyOne = true;
-          for (int64_t u = at / 8; u <= (at + V::kBytes / 4 - 1) / 8 && u < kNoted; ++u)
-            noted[u / 64] |= uint64_t{1} << (u % 64);
-        }
-        return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
-      });
+  int64_t i = 0;
+#if defined(__AVX512BW__)
+  i = Steps24<1, true>(r.s, r.c, 2 * Pairs(r), r.b, [&](int64_t at, const Step24 &t) {
+    using V = vec::V512;
+    const uint64_t partner = (t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels);
+    if (uint64_t one = t.keys ^ partner; one != 0) {
+      anyOne = true;
+      one |= one >> 4;
+      one |= one >> 2;
+      one |= one >> 1;  // bit 8k: a pixel of 8k .. 8k + 7 is in a one-key pair
+      if (at / 8 < kNoted) noted[at / 512] |= _pext_u64(one, 0x0101010101010101) << (at / 8 % 64);
+    }
+    uint64_t skipB[3];
+    reg::ByteBits24(t.keys | partner, skipB);
+    for (int q = 0; q < 3; ++q) {
+      auto x = t.x[q], ce = reg::Fan24(t.lo, t.hi, q, 0), co = reg::Fan24(t.lo, t.hi, q, 1);
+      auto even = V::Srl16<8>(V::Mullo16(V::And(x, V::Set16(0xFF)), ce));
+      auto odd = V::And(V::Mullo16(V::Srl16<8>(x), co), V::Set16(0xFF00));
+      _mm512_mask_storeu_epi8(r.d + 3 * at + 64 * q, ~skipB[q], V::Or(even, odd));
+    }
+  });
+#endif
+  const int64_t i0 = i;
+  i += Rows24<1, true>(r.d + 3 * i0, r.s + 3 * i0, r.c + i0, 2 * Pairs(r) - i0,
+                       [&, key = r.b](auto v, auto px, auto e, int64_t from) {
+                         using V = decltype(v);
+                         const int64_t at = i0 + from;
+                         auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
+                         if (V::Any(V::Xor(k, kp))) {
+                           anyOne = true;
+                           for (int64_t u = at / 8; u <= (at + V::kBytes / 4 - 1) / 8 && u < kNoted;
+                                ++u)
+                             noted[u / 64] |= uint64_t{1} << (u % 64);
+                         }
+                         return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
+                       });
   for (int64_t col = i; col < 2 * Pairs(r); col += 2) {
     KeyedPairIn q = ReadKeyedPair<3>(x, col, r.b);
     if (q.Both()) {

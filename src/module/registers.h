@@ -323,6 +323,23 @@ inline constexpr Fan24Table kFan24Table{};
 inline __m512i Fan24(__m512i lo, __m512i hi, int r, int odd) {
   return _mm512_permutex2var_epi16(lo, _mm512_load_si512(kFan24Table.idx[r][odd]), hi);
 }
+
+// A 3-byte key against the 64 pixels of three registers of their bytes: each
+// register's bytes are compared with the key's bytes in the order that register meets
+// them, and the matches reduced to whole pixels.
+struct Key24 {
+  __m512i pat[3];
+  explicit Key24(uint32_t key) {
+    for (int r = 0; r < 3; ++r) pat[r] = KeyPattern24<R512>(key, 64 * r % 3);
+  }
+  // Bit i set where pixel i is the key.
+  uint64_t Pixels(const __m512i v[3]) const {
+    const uint64_t eq[3] = {_mm512_cmpeq_epi8_mask(v[0], pat[0]),
+                            _mm512_cmpeq_epi8_mask(v[1], pat[1]),
+                            _mm512_cmpeq_epi8_mask(v[2], pat[2])};
+    return PixelBits24(eq);
+  }
+};
 #endif
 
 // A register loaded once: the compiler would otherwise fold the load into each of

@@ -140,24 +140,6 @@ inline int32_t Pairs32Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int3
 #if defined(__AVX512BW__) || defined(__AVX2__)
 #define RK_TRANS_LANES24 1
 #if defined(__AVX512BW__)
-// The key of a 24-bit walk against the 64 pixels of three registers of their
-// bytes: each register's bytes are compared with the key's bytes in the order that
-// register meets them, and the matches reduced to whole pixels.
-struct Key24 {
-  VT pat[3];
-  explicit Key24(uint32_t key) {
-    for (int r = 0; r < 3; ++r) pat[r] = reg::KeyPattern24<V>(key, 64 * r % 3);
-  }
-  // Bit i set where pixel i is the key.
-  uint64_t Pixels(const VT v[3]) const {
-    uint64_t eq[3];
-    for (int r = 0; r < 3; ++r) {
-      eq[r] = _mm512_cmpeq_epi8_mask(v[r], pat[r]);
-    }
-    return reg::PixelBits24(eq);
-  }
-};
-
 // Pixels [0, n) of a 24-bit pixel walk, blended byte by byte in place (alone or in
 // a pair is the same at 24 bits), 64 pixels (three registers of their bytes) a step:
 // the channel's weights fanned out to the bytes by word permutes, the key pixels'
@@ -165,7 +147,7 @@ struct Key24 {
 template <class Mode>
 inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
                              uint32_t b) {
-  [[maybe_unused]] const Key24 key(b);
+  [[maybe_unused]] const reg::Key24 key(b);
   const VT uniform = V::Set16(static_cast<uint16_t>(a));
   int32_t j = 0;
   for (; j + 64 <= n; j += 64) {
