@@ -268,29 +268,37 @@ using R = R128;
 #endif
 
 #if defined(__BMI2__)
-// 64 3-byte pixels as bits, from and to bits of their 192 bytes (m[k] bit b for byte
-// 64 x k + b). The pixels start every third byte: at bits 0, 3 .. 63 of the first word,
-// 2, 5 .. 62 of the second and 1, 4 .. 61 of the third (22, 21 and 21 pixels).
+// 64 3-byte pixels as bits of their 192 bytes (m[k] bit b for byte 64 x k + b), each
+// pixel by the bit of its first byte (its start bit) or by its three bits. The pixels
+// start every third byte: at bits 0, 3 .. 63 of the first word, 2, 5 .. 62 of the
+// second and 1, 4 .. 61 of the third (22, 21 and 21 pixels).
 inline constexpr uint64_t kStarts24[3] = {0x9249249249249249, 0x4924924924924924,
                                           0x2492492492492492};
-// Bit i set where bytes 3i, 3i + 1 and 3i + 2 all are.
-inline uint64_t PixelBits24(const uint64_t m[3]) {
-  auto all = [&](int k) {
-    uint64_t next = k < 2 ? m[k + 1] : 0;
-    return m[k] & (m[k] >> 1 | next << 63) & (m[k] >> 2 | next << 62);
-  };
-  return _pext_u64(all(0), kStarts24[0]) | _pext_u64(all(1), kStarts24[1]) << 22 |
-         _pext_u64(all(2), kStarts24[2]) << 43;
+// The start bits of the pixels whose three bytes are all set (bits at pixel starts
+// only).
+inline void StartBits24(const uint64_t m[3], uint64_t st[3]) {
+  for (int k = 0; k < 3; ++k) {
+    const uint64_t next = k < 2 ? m[k + 1] : 0;
+    st[k] = m[k] & (m[k] >> 1 | next << 63) & (m[k] >> 2 | next << 62) & kStarts24[k];
+  }
+}
+// The three bytes of each pixel whose start bit is set: a start's bit times 7 (starts
+// are three apart); pixel 21 ends in the second word, pixel 42 in the third.
+inline void BytesOfStarts24(const uint64_t st[3], uint64_t m[3]) {
+  m[0] = st[0] * 7;
+  m[1] = st[1] * 7 | (st[0] >> 63) * 3;
+  m[2] = st[2] * 7 | st[1] >> 62;
+}
+// Bit i set where pixel i's start bit is.
+inline uint64_t PixelsOfStarts24(const uint64_t st[3]) {
+  return _pext_u64(st[0], kStarts24[0]) | _pext_u64(st[1], kStarts24[1]) << 22 |
+         _pext_u64(st[2], kStarts24[2]) << 43;
 }
 // The other way: the three bytes of each pixel whose bit is set.
 inline void ByteBits24(uint64_t px, uint64_t m[3]) {
-  const uint64_t t0 = _pdep_u64(px, kStarts24[0]), t1 = _pdep_u64(px >> 22, kStarts24[1]),
-                 t2 = _pdep_u64(px >> 43, kStarts24[2]);
-  // A start's bit times 7 is its three bytes (starts are three apart); pixel 21 ends
-  // in the second word, pixel 42 in the third.
-  m[0] = t0 * 7;
-  m[1] = t1 * 7 | (t0 >> 63) * 3;
-  m[2] = t2 * 7 | t1 >> 62;
+  const uint64_t st[3] = {_pdep_u64(px, kStarts24[0]), _pdep_u64(px >> 22, kStarts24[1]),
+                          _pdep_u64(px >> 43, kStarts24[2])};
+  BytesOfStarts24(st, m);
 }
 #endif
 
@@ -332,12 +340,18 @@ struct Key24 {
   explicit Key24(uint32_t key) {
     for (int r = 0; r < 3; ++r) pat[r] = KeyPattern24<R512>(key, 64 * r % 3);
   }
-  // Bit i set where pixel i is the key.
-  uint64_t Pixels(const __m512i v[3]) const {
+  // The start bits of the key pixels (StartBits24).
+  void Starts(const __m512i v[3], uint64_t st[3]) const {
     const uint64_t eq[3] = {_mm512_cmpeq_epi8_mask(v[0], pat[0]),
                             _mm512_cmpeq_epi8_mask(v[1], pat[1]),
                             _mm512_cmpeq_epi8_mask(v[2], pat[2])};
-    return PixelBits24(eq);
+    StartBits24(eq, st);
+  }
+  // Bit i set where pixel i is the key.
+  uint64_t Pixels(const __m512i v[3]) const {
+    uint64_t st[3];
+    Starts(v, st);
+    return PixelsOfStarts24(st);
   }
 };
 #endif

@@ -154,7 +154,11 @@ inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int
     const int64_t at = 3 * int64_t{j};
     const VT sv[3] = {V::Load(s + at), V::Load(s + at + 64), V::Load(s + at + 128)};
     uint64_t keyBytes[3] = {};
-    if constexpr (Mode::kKeyed) reg::ByteBits24(key.Pixels(sv), keyBytes);
+    if constexpr (Mode::kKeyed) {
+      uint64_t st[3];
+      key.Starts(sv, st);
+      reg::BytesOfStarts24(st, keyBytes);
+    }
     [[maybe_unused]] VT lo, hi;
     if constexpr (Mode::kChannel) {
       lo = V::Chan16(c + j);
