@@ -351,9 +351,10 @@ int64_t Stream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, 
 // elements fanned out to the bytes by word permutes (reg::Fan24). With kKeyed, a step
 // whose pixels are all the key is passed over. Returns the pixels done.
 struct Step24 {
-  __m512i x[3];    // the bytes
-  __m512i lo, hi;  // the elements as words, pixels 0..31 and 32..63
-  uint64_t keys;   // bit i: pixel i is the key
+  __m512i x[3];      // the bytes
+  __m512i lo, hi;    // the elements as words, pixels 0..31 and 32..63
+  uint64_t keys;     // bit i: pixel i is the key
+  uint64_t keyB[3];  // the key pixels' bytes
 };
 template <int CE, bool kKeyed, class Fn>
 int64_t Steps24(const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key, Fn fn) {
@@ -362,8 +363,13 @@ int64_t Steps24(const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key,
   for (; i + 64 <= count; i += 64) {
     Step24 t;
     for (int r = 0; r < 3; ++r) t.x[r] = vec::V512::Load(s + 3 * i + 64 * r);
-    t.keys = kKeyed ? k.Pixels(t.x) : 0;
-    if (kKeyed && t.keys == ~uint64_t{0}) continue;
+    if constexpr (kKeyed) {
+      uint64_t st[3];
+      k.Starts(t.x, st);
+      t.keys = reg::PixelsOfStarts24(st);
+      if (t.keys == ~uint64_t{0}) continue;
+      reg::BytesOfStarts24(st, t.keyB);
+    }
     t.lo = vec::V512::Elems16<CE>(c + CE * i);
     t.hi = vec::V512::Elems16<CE>(c + CE * (i + 32));
     fn(i, t);
@@ -563,9 +569,7 @@ void FastMaskLightChan24(const RowArgs &r) {
     // Pixels drawn alone (none where keys come in runs of whole pairs).
     const uint64_t alone = ((t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels)) & ~t.keys;
     __m512i lo = t.lo, hi = t.hi;
-    uint64_t keyB[3];
     uint32_t aloneE[3] = {}, aloneO[3] = {};  // the even and odd bytes drawn alone
-    reg::ByteBits24(t.keys, keyB);
     if (alone != 0) {
       const uint64_t right = alone & ~kLeftPixels;
       lo = _mm512_mask_mov_epi16(lo, static_cast<__mmask32>(right), _mm512_slli_epi32(lo, 16));
@@ -581,7 +585,7 @@ void FastMaskLightChan24(const RowArgs &r) {
     for (int q = 0; q < 3; ++q) {
       auto out = LightStream(t.x[q], reg::Fan24(lo, hi, q, 0), reg::Fan24(lo, hi, q, 1), aloneE[q],
                              aloneO[q]);
-      _mm512_mask_storeu_epi8(r.d + 3 * at + 64 * q, ~keyB[q], out);
+      _mm512_mask_storeu_epi8(r.d + 3 * at + 64 * q, ~t.keyB[q], out);
     }
   });
 #endif
@@ -660,8 +664,9 @@ void FastMaskDarkleChan24(const RowArgs &r) {
       one |= one >> 1;  // bit 8k: a pixel of 8k .. 8k + 7 is in a one-key pair
       if (at / 8 < kNoted) noted[at / 512] |= _pext_u64(one, 0x0101010101010101) << (at / 8 % 64);
     }
-    uint64_t skipB[3];
-    reg::ByteBits24(t.keys | partner, skipB);
+    // Where no pair has one key, the pairs left alone are those of the key pixels.
+    uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
+    if (t.keys != partner) reg::ByteBits24(t.keys | partner, skipB);
     for (int q = 0; q < 3; ++q) {
       auto x = t.x[q], ce = reg::Fan24(t.lo, t.hi, q, 0), co = reg::Fan24(t.lo, t.hi, q, 1);
       auto even = V::Srl16<8>(V::Mullo16(V::And(x, V::Set16(0xFF)), ce));
