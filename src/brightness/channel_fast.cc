@@ -319,30 +319,92 @@ struct Stream24Tables {
     }
   }
 };
+// The even and odd bytes' elements of register j of the step at pixel i (with kOdd
+// false the odd ones are not gathered: 0).
+template <int CE, bool kOdd>
+inline void StreamElems(const uint8_t *c, int64_t i, int j, __m256i &ce, __m256i &co) {
+  static constexpr Stream24Tables<CE> kT{};
+  auto window = [&](int h) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i *>(c + CE * (i + kT.first[j][h])));
+  };
+  __m256i win = _mm256_inserti128_si256(_mm256_castsi128_si256(window(0)), window(1), 1);
+  auto ctl = [](const uint8_t *p) {
+    return _mm256_load_si256(reinterpret_cast<const __m256i *>(p));
+  };
+  ce = _mm256_shuffle_epi8(win, ctl(kT.even[j]));
+  co = kOdd ? _mm256_shuffle_epi8(win, ctl(kT.odd[j])) : _mm256_setzero_si256();
+}
 // Steps run while 42 pixels of the row remain (the last window reads up to pixel 41
-// of a step). op(bytes, even elements, odd elements) gives the 32 result bytes; with
-// kOdd false the odd elements are not gathered (0). Returns the pixels done.
+// of a step). op(bytes, even elements, odd elements) gives the 32 result bytes.
+// Returns the pixels done.
 template <int CE, bool kOdd, class Op>
 int64_t Stream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Op op) {
-  static constexpr Stream24Tables<CE> kT{};
   int64_t i = 0;
   for (; i + 42 <= count; i += 32) {
     for (int j = 0; j < 3; ++j) {
-      auto window = [&](int h) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(c + CE * (i + kT.first[j][h])));
-      };
-      __m256i win = _mm256_inserti128_si256(_mm256_castsi128_si256(window(0)), window(1), 1);
-      auto ctl = [](const uint8_t *p) {
-        return _mm256_load_si256(reinterpret_cast<const __m256i *>(p));
-      };
-      __m256i ce = _mm256_shuffle_epi8(win, ctl(kT.even[j]));
-      __m256i co = kOdd ? _mm256_shuffle_epi8(win, ctl(kT.odd[j])) : _mm256_setzero_si256();
+      __m256i ce, co;
+      StreamElems<CE, kOdd>(c, i, j, ce, co);
       __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + 3 * i + 32 * j));
       _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 3 * i + 32 * j), op(x, ce, co));
     }
   }
   return i;
 }
+// LightPixBytes on the stream's bytes: every byte of a pair with its own element as a
+// signed factor.
+inline __m256i LightPairsStream(__m256i b, __m256i ce, __m256i co) {
+  using V = vec::V256;
+  auto byte = [](__m256i v8, __m256i e) {
+    auto keep = V::Xor(V::Set16(0xFFFF), V::And(_mm256_srai_epi16(e, 15), V::Set16(0xFF00)));
+    return V::MinU16(V::And(V::MulhiU16(v8, e), keep), V::Set16(255));
+  };
+  auto even = byte(V::Sll16<8>(b), ce), odd = byte(V::And(b, V::Set16(0xFF00)), co);
+  return V::Or(even, V::Sll16<8>(odd));
+}
+#if !defined(__AVX512BW__)
+// The pixels Rows24 is given to do the 32 of a step (it reads past those it does).
+constexpr int64_t kMixed24 = 32 + (VB::kOver24 + 2) / 3;
+// The keyed members' stream: a step whose pairs are each all key or free of it runs
+// op on its bytes, keeping the key pixels' bytes of the destination (a step of key
+// pixels only is passed over); a step with a pair of one key is left to
+// mixed(first pixel), which does its 32 pixels.
+template <int CE, class Op, class Mixed>
+int64_t KeyedStream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key,
+                      Op op, Mixed mixed) {
+  using V = vec::V256;
+  V::T pat[3];
+  for (int j = 0; j < 3; ++j) pat[j] = reg::KeyPattern24<V>(key, 32 * j % 3);
+  int64_t i = 0;
+  for (; i + 42 <= count; i += 32) {
+    V::T x[3];
+    for (int j = 0; j < 3; ++j) x[j] = V::Load(s + 3 * i + 32 * j);
+    // The 96 bytes' matches as the first 96 bits of 192.
+    const uint64_t eq[3] = {V::Bits(V::Eq8(x[0], pat[0])) | V::Bits(V::Eq8(x[1], pat[1])) << 32,
+                            V::Bits(V::Eq8(x[2], pat[2])), 0};
+    uint64_t st[3], kb[3];
+    reg::StartBits24(eq, st);
+    const auto keys = static_cast<uint32_t>(reg::PixelsOfStarts24(st));
+    if (keys == ~uint32_t{0}) continue;
+    if (keys != ((keys & 0x55555555) << 1 | (keys >> 1 & 0x55555555))) {
+      mixed(i);
+      continue;
+    }
+    reg::BytesOfStarts24(st, kb);
+    const uint32_t keep[3] = {static_cast<uint32_t>(kb[0]), static_cast<uint32_t>(kb[0] >> 32),
+                              static_cast<uint32_t>(kb[1])};
+    for (int j = 0; j < 3; ++j) {
+      if (keep[j] == ~uint32_t{0}) continue;
+      __m256i ce, co;
+      StreamElems<CE, true>(c, i, j, ce, co);
+      uint8_t *p = d + 3 * i + 32 * j;
+      V::T out = op(x[j], ce, co);
+      if (keep[j] != 0) out = V::Select(V::BytesOf(keep[j]), V::Load(p), out);
+      V::Store(p, out);
+    }
+  }
+  return i;
+}
+#endif
 #endif
 
 #if defined(__AVX512BW__)
@@ -460,18 +522,8 @@ void FastLightChanBytes(const RowArgs &r) {
 #if defined(__AVX2__)
     // LightPixBytes on the stream's bytes: every byte of a pair with its own element as
     // a signed factor.
-    i += Stream24<2, true>(
-        r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i,
-        [](__m256i b, __m256i ce, __m256i co) {
-          using V = vec::V256;
-          auto byte = [](__m256i v8, __m256i e) {
-            auto keep =
-                V::Xor(V::Set16(0xFFFF), V::And(_mm256_srai_epi16(e, 15), V::Set16(0xFF00)));
-            return V::MinU16(V::And(V::MulhiU16(v8, e), keep), V::Set16(255));
-          };
-          auto even = byte(V::Sll16<8>(b), ce), odd = byte(V::And(b, V::Set16(0xFF00)), co);
-          return V::Or(even, V::Sll16<8>(odd));
-        });
+    i += Stream24<2, true>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i,
+                           LightPairsStream);
 #endif
     i += Rows24<2, false>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i, vecFn);
     for (int64_t col = i; col < 2 * Pairs(r); col += 2) ChanUnit<2>(x, col, LightChanPair);
@@ -589,10 +641,18 @@ void FastMaskLightChan24(const RowArgs &r) {
     }
   });
 #endif
-  i += Rows24<2, true>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i,
-                       [key = r.b](auto v, auto px, auto e, int64_t) {
-                         return MaskLightPairsVec<decltype(v)>(px, e, key);
-                       });
+  auto lightRows = [&](int64_t from, int64_t n) {
+    return Rows24<2, true>(r.d + 3 * from, r.s + 3 * from, r.c + 2 * from, n,
+                           [key = r.b](auto v, auto px, auto e, int64_t) {
+                             return MaskLightPairsVec<decltype(v)>(px, e, key);
+                           });
+  };
+#if defined(__AVX2__) && !defined(__AVX512BW__)
+  // Pairs with no key or two are LightChan24's pairs.
+  i = KeyedStream24<2>(r.d, r.s, r.c, 2 * Pairs(r), r.b, LightPairsStream,
+                       [&](int64_t at) { lightRows(at, kMixed24); });
+#endif
+  i += lightRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2)
     KeyedPair<3, true, false>(x, col, r.b, LightChanLone, LightChanPair);
 #else
@@ -652,6 +712,22 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   constexpr int64_t kNoted = 4096;
   uint64_t noted[kNoted / 64] = {};
   bool anyOne = false;
+  // Rows24 on n pixels from pixel `from`.
+  auto darkleRows = [&](int64_t from, int64_t n) {
+    return Rows24<1, true>(r.d + 3 * from, r.s + 3 * from, r.c + from, n,
+                           [&, key = r.b](auto v, auto px, auto e, int64_t off) {
+                             using V = decltype(v);
+                             const int64_t at = from + off;
+                             auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
+                             if (V::Any(V::Xor(k, kp))) {
+                               anyOne = true;
+                               for (int64_t u = at / 8;
+                                    u <= (at + V::kBytes / 4 - 1) / 8 && u < kNoted; ++u)
+                                 noted[u / 64] |= uint64_t{1} << (u % 64);
+                             }
+                             return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
+                           });
+  };
   int64_t i = 0;
 #if defined(__AVX512BW__)
   i = Steps24<1, true>(r.s, r.c, 2 * Pairs(r), r.b, [&](int64_t at, const Step24 &t) {
@@ -668,27 +744,16 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
     if (t.keys != partner) reg::ByteBits24(t.keys | partner, skipB);
     for (int q = 0; q < 3; ++q) {
-      auto x = t.x[q], ce = reg::Fan24(t.lo, t.hi, q, 0), co = reg::Fan24(t.lo, t.hi, q, 1);
-      auto even = V::Srl16<8>(V::Mullo16(V::And(x, V::Set16(0xFF)), ce));
-      auto odd = V::And(V::Mullo16(V::Srl16<8>(x), co), V::Set16(0xFF00));
-      _mm512_mask_storeu_epi8(r.d + 3 * at + 64 * q, ~skipB[q], V::Or(even, odd));
+      auto out =
+          vec::DarkleBytes<V>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0), reg::Fan24(t.lo, t.hi, q, 1));
+      _mm512_mask_storeu_epi8(r.d + 3 * at + 64 * q, ~skipB[q], out);
     }
   });
+#elif defined(__AVX2__)
+  i = KeyedStream24<1>(r.d, r.s, r.c, 2 * Pairs(r), r.b, vec::DarkleBytes<vec::V256>,
+                       [&](int64_t at) { darkleRows(at, kMixed24); });
 #endif
-  const int64_t i0 = i;
-  i += Rows24<1, true>(r.d + 3 * i0, r.s + 3 * i0, r.c + i0, 2 * Pairs(r) - i0,
-                       [&, key = r.b](auto v, auto px, auto e, int64_t from) {
-                         using V = decltype(v);
-                         const int64_t at = i0 + from;
-                         auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
-                         if (V::Any(V::Xor(k, kp))) {
-                           anyOne = true;
-                           for (int64_t u = at / 8; u <= (at + V::kBytes / 4 - 1) / 8 && u < kNoted;
-                                ++u)
-                             noted[u / 64] |= uint64_t{1} << (u % 64);
-                         }
-                         return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
-                       });
+  i += darkleRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2) {
     KeyedPairIn q = ReadKeyedPair<3>(x, col, r.b);
     if (q.Both()) {
