@@ -448,16 +448,18 @@ inline uint32_t OddBytes(uint64_t b) {
   return static_cast<uint32_t>(_pext_u64(b, 0xAAAAAAAAAAAAAAAA));
 }
 // Bytes of a pair's pixels by the Light byte formula (LightChanByte16) with the
-// even and odd bytes' factors ce and co, in the words of `unsignedE` / `unsignedO`
-// unsigned, elsewhere signed.
-inline __m512i LightStream(__m512i x, __m512i ce, __m512i co, uint32_t unsignedE,
-                           uint32_t unsignedO) {
+// even and odd bytes' factors ce and co, signed; with kAlone, unsigned in the words
+// of `unsignedE` / `unsignedO`.
+template <bool kAlone>
+inline __m512i LightStream(__m512i x, __m512i ce, __m512i co, uint32_t unsignedE = 0,
+                           uint32_t unsignedO = 0) {
   using V = vec::V512;
   auto byte = [](__m512i v8, __m512i e, uint32_t plain) {
-    // A signed factor of 0x8000 or more keeps the product's bits 8..15 alone.
-    auto wraps = static_cast<__mmask32>(_mm512_movepi16_mask(e) & ~plain);
-    __m512i p = V::MulhiU16(v8, e);
-    return V::MinU16(_mm512_mask_mov_epi16(p, wraps, V::And(p, V::Set16(0xFF))), V::Set16(255));
+    // A signed factor of 0x8000 or more keeps the product's bits 8..15 alone: its sign
+    // spread over the word clears bits 8..15 (p & ~(sign & 0xFF00)) before the cap.
+    __m512i sign = kAlone ? _mm512_maskz_srai_epi16(~plain, e, 15) : _mm512_srai_epi16(e, 15);
+    __m512i p = _mm512_ternarylogic_epi32(V::MulhiU16(v8, e), sign, V::Set16(0xFF00), 0x70);
+    return V::MinU16(p, V::Set16(255));
   };
   auto even = byte(V::Sll16<8>(x), ce, unsignedE);
   auto odd = byte(V::And(x, V::Set16(0xFF00)), co, unsignedO);
@@ -514,8 +516,9 @@ void FastLightChanBytes(const RowArgs &r) {
 #if defined(__AVX512BW__)
     i = Steps24<2, false>(r.s, r.c, 2 * Pairs(r), 0, [&](int64_t at, const Step24 &t) {
       for (int q = 0; q < 3; ++q) {
-        vec::V512::Store(r.d + 3 * at + 64 * q, LightStream(t.x[q], reg::Fan24(t.lo, t.hi, q, 0),
-                                                            reg::Fan24(t.lo, t.hi, q, 1), 0, 0));
+        vec::V512::Store(
+            r.d + 3 * at + 64 * q,
+            LightStream<false>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0), reg::Fan24(t.lo, t.hi, q, 1)));
       }
     });
 #endif
@@ -617,27 +620,29 @@ void FastMaskLightChan24(const RowArgs &r) {
 #if defined(__AVX512BW__)
   // A right pixel drawn alone takes its left partner's element (moved into its word
   // before the fan-out); a pixel drawn alone is unsigned; the key's bytes are not stored.
-  i = Steps24<2, true>(r.s, r.c, 2 * Pairs(r), r.b, [&](int64_t at, const Step24 &t) {
+  uint8_t *const d = r.d;
+  i = Steps24<2, true>(r.s, r.c, 2 * Pairs(r), r.b, [d](int64_t at, const Step24 &t) {
     // Pixels drawn alone (none where keys come in runs of whole pairs).
     const uint64_t alone = ((t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels)) & ~t.keys;
-    __m512i lo = t.lo, hi = t.hi;
-    uint32_t aloneE[3] = {}, aloneO[3] = {};  // the even and odd bytes drawn alone
-    if (alone != 0) {
-      const uint64_t right = alone & ~kLeftPixels;
-      lo = _mm512_mask_mov_epi16(lo, static_cast<__mmask32>(right), _mm512_slli_epi32(lo, 16));
-      hi =
-          _mm512_mask_mov_epi16(hi, static_cast<__mmask32>(right >> 32), _mm512_slli_epi32(hi, 16));
-      uint64_t aloneB[3];
-      reg::ByteBits24(alone, aloneB);
+    if (alone == 0) {
       for (int q = 0; q < 3; ++q) {
-        aloneE[q] = EvenBytes(aloneB[q]);
-        aloneO[q] = OddBytes(aloneB[q]);
+        auto out =
+            LightStream<false>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0), reg::Fan24(t.lo, t.hi, q, 1));
+        _mm512_mask_storeu_epi8(d + 3 * at + 64 * q, ~t.keyB[q], out);
       }
+      return;
     }
+    const uint64_t right = alone & ~kLeftPixels;
+    const auto lo =
+        _mm512_mask_mov_epi16(t.lo, static_cast<__mmask32>(right), _mm512_slli_epi32(t.lo, 16));
+    const auto hi = _mm512_mask_mov_epi16(t.hi, static_cast<__mmask32>(right >> 32),
+                                          _mm512_slli_epi32(t.hi, 16));
+    uint64_t aloneB[3];
+    reg::ByteBits24(alone, aloneB);
     for (int q = 0; q < 3; ++q) {
-      auto out = LightStream(t.x[q], reg::Fan24(lo, hi, q, 0), reg::Fan24(lo, hi, q, 1), aloneE[q],
-                             aloneO[q]);
-      _mm512_mask_storeu_epi8(r.d + 3 * at + 64 * q, ~t.keyB[q], out);
+      auto out = LightStream<true>(t.x[q], reg::Fan24(lo, hi, q, 0), reg::Fan24(lo, hi, q, 1),
+                                   EvenBytes(aloneB[q]), OddBytes(aloneB[q]));
+      _mm512_mask_storeu_epi8(d + 3 * at + 64 * q, ~t.keyB[q], out);
     }
   });
 #endif
