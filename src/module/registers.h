@@ -342,9 +342,13 @@ struct Key24 {
   }
   // The start bits of the key pixels (StartBits24).
   void Starts(const __m512i v[3], uint64_t st[3]) const {
-    const uint64_t eq[3] = {_mm512_cmpeq_epi8_mask(v[0], pat[0]),
-                            _mm512_cmpeq_epi8_mask(v[1], pat[1]),
-                            _mm512_cmpeq_epi8_mask(v[2], pat[2])};
+    uint64_t eq[3];
+    for (int r = 0; r < 3; ++r) {
+      eq[r] = _cvtmask64_u64(_mm512_cmpeq_epi8_mask(v[r], pat[r]));
+      // Kept in a general register: the compiler would otherwise move it out of the
+      // mask register again for each of its uses.
+      __asm__("" : "+r"(eq[r]));
+    }
     StartBits24(eq, st);
   }
   // Bit i set where pixel i is the key.
