@@ -735,23 +735,24 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   };
   int64_t i = 0;
 #if defined(__AVX512BW__)
-  i = Steps24<1, true>(r.s, r.c, 2 * Pairs(r), r.b, [&](int64_t at, const Step24 &t) {
+  uint8_t *const d = r.d;
+  i = Steps24<1, true>(r.s, r.c, 2 * Pairs(r), r.b, [&, d](int64_t at, const Step24 &t) {
     using V = vec::V512;
     const uint64_t partner = (t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels);
+    // Where no pair has one key, the pairs left alone are those of the key pixels.
+    uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
     if (uint64_t one = t.keys ^ partner; one != 0) {
       anyOne = true;
       one |= one >> 4;
       one |= one >> 2;
       one |= one >> 1;  // bit 8k: a pixel of 8k .. 8k + 7 is in a one-key pair
       if (at / 8 < kNoted) noted[at / 512] |= _pext_u64(one, 0x0101010101010101) << (at / 8 % 64);
+      reg::ByteBits24(t.keys | partner, skipB);
     }
-    // Where no pair has one key, the pairs left alone are those of the key pixels.
-    uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
-    if (t.keys != partner) reg::ByteBits24(t.keys | partner, skipB);
     for (int q = 0; q < 3; ++q) {
       auto out =
           vec::DarkleBytes<V>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0), reg::Fan24(t.lo, t.hi, q, 1));
-      _mm512_mask_storeu_epi8(r.d + 3 * at + 64 * q, ~skipB[q], out);
+      _mm512_mask_storeu_epi8(d + 3 * at + 64 * q, ~skipB[q], out);
     }
   });
 #elif defined(__AVX2__)

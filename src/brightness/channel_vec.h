@@ -260,6 +260,12 @@ typename V::T LightPixBytes(typename V::T px, typename V::T c, typename V::T sig
 template <class V>
 typename V::T DarkleBytes(typename V::T px, typename V::T ce, typename V::T co) {
   auto even = V::template Srl16<8>(V::Mullo16(V::And(px, V::Set16(0xFF)), ce));
+#if defined(__AVX512BW__)
+  if constexpr (V::kBytes == 64) {  // (odd & 0xFF00) | even in one step
+    return _mm512_ternarylogic_epi32(V::Mullo16(V::template Srl16<8>(px), co), V::Set16(0xFF00),
+                                     even, 0xEA);
+  }
+#endif
   auto odd = V::And(V::Mullo16(V::template Srl16<8>(px), co), V::Set16(0xFF00));
   return V::Or(even, odd);
 }
