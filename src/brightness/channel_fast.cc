@@ -372,17 +372,13 @@ template <int CE, class Op, class Mixed>
 int64_t KeyedStream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key,
                       Op op, Mixed mixed) {
   using V = vec::V256;
-  V::T pat[3];
-  for (int j = 0; j < 3; ++j) pat[j] = reg::KeyPattern24<V>(key, 32 * j % 3);
+  const reg::Key24<reg::R256> k(key);
   int64_t i = 0;
   for (; i + 42 <= count; i += 32) {
     V::T x[3];
     for (int j = 0; j < 3; ++j) x[j] = V::Load(s + 3 * i + 32 * j);
-    // The 96 bytes' matches as the first 96 bits of 192.
-    const uint64_t eq[3] = {V::Bits(V::Eq8(x[0], pat[0])) | V::Bits(V::Eq8(x[1], pat[1])) << 32,
-                            V::Bits(V::Eq8(x[2], pat[2])), 0};
     uint64_t st[3], kb[3];
-    reg::StartBits24(eq, st);
+    k.Starts(x, st);
     const auto keys = static_cast<uint32_t>(reg::PixelsOfStarts24(st));
     if (keys == ~uint32_t{0}) continue;
     if (keys != ((keys & 0x55555555) << 1 | (keys >> 1 & 0x55555555))) {
@@ -420,7 +416,7 @@ struct Step24 {
 };
 template <int CE, bool kKeyed, class Fn>
 int64_t Steps24(const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key, Fn fn) {
-  [[maybe_unused]] const reg::Key24 k(key);
+  [[maybe_unused]] const reg::Key24<reg::R512> k(key);
   int64_t i = 0;
   for (; i + 64 <= count; i += 64) {
     Step24 t;

@@ -17,6 +17,7 @@
 //   SwapPairs32        32-bit lanes 0 1 2 3 ... as 1 0 3 2 ...
 //   Lo16(a, b)         16-bit lanes of the low halves of each 128 bits, interleaved
 //   Bits(m)            bit i from byte i's top bit; kAll is Bits of all ones; Any(m)
+//   EqBits8(a, b)      Bits(Eq8(a, b))
 //   BytesOf(bits)      the other way: 0xFF in byte i where bit i is set
 //   Shuffle8, PermD    byte shuffle within 128 bits, 32-bit permute (256 and 512 only)
 //   Spread24(p)        the kBytes / 4 3-byte pixels at p, one to each 32-bit lane with
@@ -100,6 +101,7 @@ namespace reg {
   static T SwapPairs32(T a) { return RK_MM(shuffle_epi32)(a, 0xB1); }                  \
   static T Lo16(T a, T b) { return RK_MM(unpacklo_epi16)(a, b); }                      \
   static uint64_t Bits(T m) { return static_cast<uint32_t>(RK_MM(movemask_epi8)(m)); } \
+  static uint64_t EqBits8(T a, T b) { return Bits(Eq8(a, b)); }                        \
   static constexpr uint64_t kAll = (uint64_t{1} << kBytes) - 1;                        \
   static bool Any(T m) { return Bits(m) != 0; }
 
@@ -236,6 +238,7 @@ struct R512 {
   static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
   static T Lo16(T a, T b) { return _mm512_unpacklo_epi16(a, b); }
   static uint64_t Bits(T m) { return _mm512_movepi8_mask(m); }
+  static uint64_t EqBits8(T a, T b) { return _mm512_cmpeq_epi8_mask(a, b); }
   static constexpr uint64_t kAll = ~uint64_t{0};
   static bool Any(T m) { return _mm512_test_epi8_mask(m, m) != 0; }
   static T BytesOf(uint64_t bits) { return _mm512_movm_epi8(bits); }
@@ -332,27 +335,37 @@ inline __m512i Fan24(__m512i lo, __m512i hi, int r, int odd) {
   return _mm512_permutex2var_epi16(lo, _mm512_load_si512(kFan24Table.idx[r][odd]), hi);
 }
 
-// A 3-byte key against the 64 pixels of three registers of their bytes: each
-// register's bytes are compared with the key's bytes in the order that register meets
-// them, and the matches reduced to whole pixels.
+#endif
+
+#if defined(__BMI2__)
+// A 3-byte key against the pixels of three registers of their bytes (64 pixels at 64
+// bytes a register, 32 at 32): each register's bytes are compared with the key's bytes
+// in the order that register meets them, and the matches reduced to whole pixels.
+template <class V>
 struct Key24 {
-  __m512i pat[3];
+  typename V::T pat[3];
   explicit Key24(uint32_t key) {
-    for (int r = 0; r < 3; ++r) pat[r] = KeyPattern24<R512>(key, 64 * r % 3);
+    for (int r = 0; r < 3; ++r) pat[r] = KeyPattern24<V>(key, V::kBytes * r % 3);
   }
-  // The start bits of the key pixels (StartBits24).
-  void Starts(const __m512i v[3], uint64_t st[3]) const {
+  // The start bits of the key pixels (StartBits24; of 32-byte registers the first 96
+  // bytes' bits).
+  void Starts(const typename V::T v[3], uint64_t st[3]) const {
     uint64_t eq[3];
     for (int r = 0; r < 3; ++r) {
-      eq[r] = _cvtmask64_u64(_mm512_cmpeq_epi8_mask(v[r], pat[r]));
+      eq[r] = V::EqBits8(v[r], pat[r]);
       // Kept in a general register: the compiler would otherwise move it out of the
       // mask register again for each of its uses.
-      __asm__("" : "+r"(eq[r]));
+      if constexpr (V::kBytes == 64) __asm__("" : "+r"(eq[r]));
+    }
+    if constexpr (V::kBytes == 32) {
+      eq[0] |= eq[1] << 32;
+      eq[1] = eq[2];
+      eq[2] = 0;
     }
     StartBits24(eq, st);
   }
   // Bit i set where pixel i is the key.
-  uint64_t Pixels(const __m512i v[3]) const {
+  uint64_t Pixels(const typename V::T v[3]) const {
     uint64_t st[3];
     Starts(v, st);
     return PixelsOfStarts24(st);
