@@ -245,6 +245,19 @@ using VB = vec::V128;
 #endif
 
 #if defined(RK_CHAN_VEC)
+// The left pixels of pairs among 64 pixels from a pair's start.
+constexpr uint64_t kLeftPixels = 0x5555555555555555;
+// Bit j for 32-bit lane j, from the bits of a register's bytes (Bits of a lane mask).
+inline uint64_t Lanes32(uint64_t bytes) {
+#if defined(__BMI2__)
+  return _pext_u64(bytes, 0x1111111111111111);
+#else
+  uint64_t out = 0;
+  for (int j = 0; j < 16; ++j) out |= (bytes >> (4 * j) & 1) << j;
+  return out;
+#endif
+}
+
 // 4-byte pixels in whole registers from the left: each register of pixels becomes
 // fn(V{}, pixels, elements (ElemsPix), first pixel). When kKeyed, fn returns a Kept
 // register and the lanes it keeps are not stored (AVX-512: a masked store). Loaded
@@ -434,8 +447,6 @@ int64_t Steps24(const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key,
   }
   return i;
 }
-// The left pixels of pairs among 64 pixels from a pair's start.
-constexpr uint64_t kLeftPixels = 0x5555555555555555;
 // Word masks of the even and of the odd bytes of 64 bytes.
 inline uint32_t EvenBytes(uint64_t b) {
   return static_cast<uint32_t>(_pext_u64(b, 0x5555555555555555));
@@ -642,6 +653,7 @@ void FastMaskLightChan24(const RowArgs &r) {
     }
   });
 #endif
+
   auto lightRows = [&](int64_t from, int64_t n) {
     return Rows24<2, true>(r.d + 3 * from, r.s + 3 * from, r.c + 2 * from, n,
                            [key = r.b](auto v, auto px, auto e, int64_t) {
@@ -707,12 +719,19 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
 #if defined(RK_CHAN_VEC)
   // The drawn pairs at their places (a pair with a key keeps its destination here),
-  // noting the steps of 8 pixels with a one-key pair (the first kNoted of a row; any
-  // further ones, and the pairs after the steps, are looked at again); then the
-  // misplaced pixels of the one-key pairs from the right.
-  constexpr int64_t kNoted = 4096;
-  uint64_t noted[kNoted / 64] = {};
+  // noting the one-key pairs by their left pixels' bits (the first kNoted pixels of a
+  // row; the pairs after them, and those the registers did not cover, are looked at
+  // again); then the misplaced pixels of the one-key pairs from the right.
+  constexpr int64_t kNoted = 32768;
+  uint64_t one[kNoted / 64] = {};
   bool anyOne = false;
+  // Notes the one-key pairs of bits `left` (their left pixels) from pixel `at`, which
+  // lies in the same word as the bits' last pixel.
+  auto note = [&](int64_t at, uint64_t left) {
+    if (left == 0) return;
+    anyOne = true;
+    if (at < kNoted) one[at / 64] |= left << (at % 64);
+  };
   // Rows24 on n pixels from pixel `from`.
   auto darkleRows = [&](int64_t from, int64_t n) {
     return Rows24<1, true>(r.d + 3 * from, r.s + 3 * from, r.c + from, n,
@@ -720,12 +739,8 @@ void FastMaskDarkleChan24(const RowArgs &r) {
                              using V = decltype(v);
                              const int64_t at = from + off;
                              auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
-                             if (V::Any(V::Xor(k, kp))) {
-                               anyOne = true;
-                               for (int64_t u = at / 8;
-                                    u <= (at + V::kBytes / 4 - 1) / 8 && u < kNoted; ++u)
-                                 noted[u / 64] |= uint64_t{1} << (u % 64);
-                             }
+                             if (auto m = V::Xor(k, kp); V::Any(m))
+                               note(at, Lanes32(V::Bits(m)) & kLeftPixels);
                              return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
                            });
   };
@@ -737,12 +752,8 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     const uint64_t partner = (t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels);
     // Where no pair has one key, the pairs left alone are those of the key pixels.
     uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
-    if (uint64_t one = t.keys ^ partner; one != 0) {
-      anyOne = true;
-      one |= one >> 4;
-      one |= one >> 2;
-      one |= one >> 1;  // bit 8k: a pixel of 8k .. 8k + 7 is in a one-key pair
-      if (at / 8 < kNoted) noted[at / 512] |= _pext_u64(one, 0x0101010101010101) << (at / 8 % 64);
+    if (t.keys != partner) {
+      note(at, (t.keys ^ partner) & kLeftPixels);
       reg::ByteBits24(t.keys | partner, skipB);
     }
     for (int q = 0; q < 3; ++q) {
@@ -765,13 +776,20 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     anyOne |= !q.Both() && !q.None();
   }
   for (int64_t q = Pairs(r) - 1; anyOne && q >= 0; --q) {
-    int64_t u = q / 4;
-    if (2 * q < i && u < kNoted && (noted[u / 64] >> (u % 64) & 1) == 0) {
-      q = 4 * u;  // the whole step has no one-key pair
+    const int64_t p = 2 * q;
+    if (p < i && p < kNoted) {
+      // The noted pair at or left of q within its word, or none: on to the word before.
+      const uint64_t bits = one[p / 64] & ((uint64_t{2} << (p % 64)) - 1);
+      if (bits == 0) {
+        q = p / 64 * 32;
+        continue;
+      }
+      q = (p / 64 * 64 + 63 - std::countl_zero(bits)) / 2;
+      PutMisplaced24(x, r, q);
       continue;
     }
-    KeyedPairIn p = ReadKeyedPair<3>(x, 2 * q, r.b);
-    if (!p.None() && !p.Both()) PutMisplaced24(x, r, q);
+    KeyedPairIn pr = ReadKeyedPair<3>(x, p, r.b);
+    if (!pr.None() && !pr.Both()) PutMisplaced24(x, r, q);
   }
 #else
   constexpr int64_t kNoted = 4096;
