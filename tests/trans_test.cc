@@ -150,8 +150,8 @@ TEST(Trans, WideRowsKeepTheIrregularResults) {
 // Wide 24-bit rows (the driver's rows are short) with the key in runs of 1 to 90
 // pixels that are all the key, free of it, or a third of them the key, so that the
 // whole-register bodies meet steps of key pixels only, of drawn pixels only and of
-// both; also in place (the destination its own source). Every level against the
-// reference walk.
+// both, and pixels one byte off the key among the others; also in place (the
+// destination its own source). Every level against the reference walk.
 enum class Shape24 { kKey, kChannel, kChannelKey };
 template <Shape24 kShape, bool kInPlace>
 std::string WideRows24(rkt::Rng &rng) {
@@ -168,7 +168,13 @@ std::string WideRows24(rkt::Rng &rng) {
     const int64_t end = std::min<int64_t>(int64_t{width} * rows, i + rng.Range(1, 90));
     const double p = rng.Pick(share);
     for (; i < end; ++i) {
-      if (rng.Chance(p)) std::memcpy(px + 3 * i, &key, 3);
+      // The key, or in a third of the other places a pixel one byte off it.
+      uint32_t v = key;
+      if (!rng.Chance(p)) {
+        if (!rng.Chance(0.3)) continue;
+        v ^= static_cast<uint32_t>(rng.Range(1, 255)) << (8 * rng.Range(0, 2));
+      }
+      std::memcpy(px + 3 * i, &v, 3);
     }
   }
   const auto x0 = static_cast<int32_t>(rng.Range(0, 3));
