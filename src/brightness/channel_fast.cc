@@ -723,7 +723,8 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   // row; the pairs after them, and those the registers did not cover, are looked at
   // again); then the misplaced pixels of the one-key pairs from the right.
   constexpr int64_t kNoted = 32768;
-  uint64_t one[kNoted / 64] = {};
+  uint64_t one[kNoted / 64];  // cleared as far as the row reaches
+  std::memset(one, 0, 8 * static_cast<size_t>(std::min(kNoted, 2 * Pairs(r) + 63) / 64));
   bool anyOne = false;
   // Notes the one-key pairs of bits `left` (their left pixels) from pixel `at`, which
   // lies in the same word as the bits' last pixel.
