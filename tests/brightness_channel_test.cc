@@ -225,16 +225,17 @@ TEST(BrightnessChannel, LightByteLanesMatchFormulas) {
 // Wide rows (the driver's rows are short), for the keyed members with the key in runs
 // of every kind: stretches of 1 to 70 pixels that are all the key, free of it, or a
 // third of them the key, so that the fast rows meet whole registers of key pixels, of
-// drawn pixels and of both (the driver's scattered keys rarely give the first two).
+// drawn pixels and of both (the driver's scattered keys rarely give the first two);
+// pixels one byte off the key among the others (random ones almost never are).
 // Every level against the reference walk.
-template <auto Fn, int Bpp, int Elem>
+template <auto Fn, int Bpp, int Elem, bool kInPlace = false>
 std::string WideRows(rkt::Rng &rng) {
   constexpr bool kKeyed = std::is_same_v<decltype(Fn), ChanKeyFn>;
   rkt::World w;
   auto width = static_cast<int32_t>(rng.Range(64, 900));
   auto rows = static_cast<int32_t>(rng.Range(1, 3));
   RkSurface src = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
-  RkSurface dst = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
+  RkSurface dst = kInPlace ? src : rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
   RkSurface chan = rkt::NewSurface(w, rng, {width, rows, width * Elem}, Elem, false);
   auto *px = static_cast<uint8_t *>(src.pixels);
   uint32_t key = rng.U32();
@@ -244,8 +245,13 @@ std::string WideRows(rkt::Rng &rng) {
       auto end = std::min<int32_t>(width, x + static_cast<int32_t>(rng.Range(1, 70)));
       double p = rng.Pick(share);
       for (; x < end; ++x) {
-        if (rng.Chance(p))
-          std::memcpy(px + (int64_t{y} * width + x) * Bpp, &key, Bpp == 4 ? 3 : Bpp);
+        // The key, or in a third of the other places a pixel one byte off it.
+        uint32_t v = key;
+        if (!rng.Chance(p)) {
+          if (!rng.Chance(0.3)) continue;
+          v ^= static_cast<uint32_t>(rng.Range(1, 255)) << (8 * rng.Range(0, std::min(Bpp, 3) - 1));
+        }
+        std::memcpy(px + (int64_t{y} * width + x) * Bpp, &v, Bpp == 4 ? 3 : Bpp);
       }
     }
   }
@@ -268,5 +274,9 @@ WIDE_ROWS(LightWithChannel, 2);
 WIDE_ROWS(DarkleWithChannel, 1);
 WIDE_ROWS(MaskLightWithChannel, 2);
 WIDE_ROWS(MaskDarkleWithChannel, 1);
+// The destination its own source, where the fast rows take such rows.
+RKT_DIFF(WideInPlaceLightWithChannel24, (WideRows<RkLightWithChannel24, 3, 2, true>), 15);
+RKT_DIFF(WideInPlaceDarkleWithChannel24, (WideRows<RkDarkleWithChannel24, 3, 1, true>), 15);
+RKT_DIFF(WideInPlaceMaskLightWithChannel24, (WideRows<RkMaskLightWithChannel24, 3, 2, true>), 15);
 
 }  // namespace

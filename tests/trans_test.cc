@@ -2,7 +2,12 @@
 // formulas against the exact rule, and pinned rows for the irregular results.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
 #include "driver.h"
+#include "rkpix.h"
 #include "trans/blend.h"
 
 RKT_BLIT_DEPTHS(RkTrans, rkt::Args::kA);
@@ -141,5 +146,54 @@ TEST(Trans, WideRowsKeepTheIrregularResults) {
   });
   // clang-format on
 }
+
+// Wide 24-bit rows (the driver's rows are short) with the key in runs of 1 to 90
+// pixels that are all the key, free of it, or a third of them the key, so that the
+// whole-register bodies meet steps of key pixels only, of drawn pixels only and of
+// both, and pixels one byte off the key among the others; also in place (the
+// destination its own source). Every level against the reference walk.
+enum class Shape24 { kKey, kChannel, kChannelKey };
+template <Shape24 kShape, bool kInPlace>
+std::string WideRows24(rkt::Rng &rng) {
+  rkt::World w;
+  auto width = static_cast<int32_t>(rng.Range(64, 700));
+  auto rows = static_cast<int32_t>(rng.Range(1, 3));
+  RkSurface src = rkt::NewSurface(w, rng, {width, rows, width * 3}, 3, true);
+  RkSurface dst = kInPlace ? src : rkt::NewSurface(w, rng, {width, rows, width * 3}, 3, true);
+  RkSurface chan = rkt::NewSurface(w, rng, {width, rows, width}, 1, false);
+  auto *px = static_cast<uint8_t *>(src.pixels);
+  const uint32_t key = rng.U32();
+  const std::vector<double> share = {0.0, 1.0, 0.3};
+  for (int64_t i = 0; i < int64_t{width} * rows;) {
+    const int64_t end = std::min<int64_t>(int64_t{width} * rows, i + rng.Range(1, 90));
+    const double p = rng.Pick(share);
+    for (; i < end; ++i) {
+      // The key, or in a third of the other places a pixel one byte off it.
+      uint32_t v = key;
+      if (!rng.Chance(p)) {
+        if (!rng.Chance(0.3)) continue;
+        v ^= static_cast<uint32_t>(rng.Range(1, 255)) << (8 * rng.Range(0, 2));
+      }
+      std::memcpy(px + 3 * i, &v, 3);
+    }
+  }
+  const auto x0 = static_cast<int32_t>(rng.Range(0, 3));
+  const auto wd = static_cast<int32_t>(width - x0 - rng.Range(0, 3));
+  const auto a = static_cast<uint32_t>(rng.Range(0, 256));
+  return rkt::CompareLevels(w, [&] {
+    if constexpr (kShape == Shape24::kKey) {
+      RkMaskTrans24(&dst, x0, 0, &src, x0, 0, wd, rows, a, key);
+    } else if constexpr (kShape == Shape24::kChannel) {
+      RkTransWithChannel24(&dst, x0, 0, &src, x0, 0, wd, rows, &chan, x0, 0);
+    } else {
+      RkMaskTransWithChannel24(&dst, x0, 0, &src, x0, 0, wd, rows, &chan, x0, 0, key);
+    }
+  });
+}
+RKT_DIFF(WideMaskTrans24, (WideRows24<Shape24::kKey, false>), 25);
+RKT_DIFF(WideTransWithChannel24, (WideRows24<Shape24::kChannel, false>), 25);
+RKT_DIFF(WideMaskTransWithChannel24, (WideRows24<Shape24::kChannelKey, false>), 25);
+RKT_DIFF(WideInPlaceMaskTrans24, (WideRows24<Shape24::kKey, true>), 15);
+RKT_DIFF(WideInPlaceMaskTransWithChannel24, (WideRows24<Shape24::kChannelKey, true>), 15);
 
 }  // namespace

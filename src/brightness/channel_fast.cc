@@ -245,6 +245,19 @@ using VB = vec::V128;
 #endif
 
 #if defined(RK_CHAN_VEC)
+// The left pixels of pairs among 64 pixels from a pair's start.
+constexpr uint64_t kLeftPixels = 0x5555555555555555;
+// Bit j for 32-bit lane j, from the bits of a register's bytes (Bits of a lane mask).
+inline uint64_t Lanes32(uint64_t bytes) {
+#if defined(__BMI2__)
+  return _pext_u64(bytes, 0x1111111111111111);
+#else
+  uint64_t out = 0;
+  for (int j = 0; j < 16; ++j) out |= (bytes >> (4 * j) & 1) << j;
+  return out;
+#endif
+}
+
 // 4-byte pixels in whole registers from the left: each register of pixels becomes
 // fn(V{}, pixels, elements (ElemsPix), first pixel). When kKeyed, fn returns a Kept
 // register and the lanes it keeps are not stored (AVX-512: a masked store). Loaded
@@ -319,29 +332,145 @@ struct Stream24Tables {
     }
   }
 };
+// The even and odd bytes' elements of register j of the step at pixel i (with kOdd
+// false the odd ones are not gathered: 0).
+template <int CE, bool kOdd>
+inline void StreamElems(const uint8_t *c, int64_t i, int j, __m256i &ce, __m256i &co) {
+  static constexpr Stream24Tables<CE> kT{};
+  auto window = [&](int h) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i *>(c + CE * (i + kT.first[j][h])));
+  };
+  __m256i win = _mm256_inserti128_si256(_mm256_castsi128_si256(window(0)), window(1), 1);
+  auto ctl = [](const uint8_t *p) {
+    return _mm256_load_si256(reinterpret_cast<const __m256i *>(p));
+  };
+  ce = _mm256_shuffle_epi8(win, ctl(kT.even[j]));
+  co = kOdd ? _mm256_shuffle_epi8(win, ctl(kT.odd[j])) : _mm256_setzero_si256();
+}
 // Steps run while 42 pixels of the row remain (the last window reads up to pixel 41
-// of a step). op(bytes, even elements, odd elements) gives the 32 result bytes; with
-// kOdd false the odd elements are not gathered (0). Returns the pixels done.
+// of a step). op(bytes, even elements, odd elements) gives the 32 result bytes.
+// Returns the pixels done.
 template <int CE, bool kOdd, class Op>
 int64_t Stream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Op op) {
-  static constexpr Stream24Tables<CE> kT{};
   int64_t i = 0;
   for (; i + 42 <= count; i += 32) {
     for (int j = 0; j < 3; ++j) {
-      auto window = [&](int h) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(c + CE * (i + kT.first[j][h])));
-      };
-      __m256i win = _mm256_inserti128_si256(_mm256_castsi128_si256(window(0)), window(1), 1);
-      auto ctl = [](const uint8_t *p) {
-        return _mm256_load_si256(reinterpret_cast<const __m256i *>(p));
-      };
-      __m256i ce = _mm256_shuffle_epi8(win, ctl(kT.even[j]));
-      __m256i co = kOdd ? _mm256_shuffle_epi8(win, ctl(kT.odd[j])) : _mm256_setzero_si256();
+      __m256i ce, co;
+      StreamElems<CE, kOdd>(c, i, j, ce, co);
       __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + 3 * i + 32 * j));
       _mm256_storeu_si256(reinterpret_cast<__m256i *>(d + 3 * i + 32 * j), op(x, ce, co));
     }
   }
   return i;
+}
+// LightPixBytes on the stream's bytes: every byte of a pair with its own element as a
+// signed factor.
+inline __m256i LightPairsStream(__m256i b, __m256i ce, __m256i co) {
+  using V = vec::V256;
+  auto byte = [](__m256i v8, __m256i e) {
+    auto keep = V::Xor(V::Set16(0xFFFF), V::And(_mm256_srai_epi16(e, 15), V::Set16(0xFF00)));
+    return V::MinU16(V::And(V::MulhiU16(v8, e), keep), V::Set16(255));
+  };
+  auto even = byte(V::Sll16<8>(b), ce), odd = byte(V::And(b, V::Set16(0xFF00)), co);
+  return V::Or(even, V::Sll16<8>(odd));
+}
+#if !defined(__AVX512BW__)
+// The pixels Rows24 is given to do the 32 of a step (it reads past those it does).
+constexpr int64_t kMixed24 = 32 + (VB::kOver24 + 2) / 3;
+// The keyed members' stream: a step whose pairs are each all key or free of it runs
+// op on its bytes, keeping the key pixels' bytes of the destination (a step of key
+// pixels only is passed over); a step with a pair of one key is left to
+// mixed(first pixel), which does its 32 pixels.
+template <int CE, class Op, class Mixed>
+int64_t KeyedStream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key,
+                      Op op, Mixed mixed) {
+  using V = vec::V256;
+  const reg::Key24<reg::R256> k(key);
+  int64_t i = 0;
+  for (; i + 42 <= count; i += 32) {
+    V::T x[3];
+    for (int j = 0; j < 3; ++j) x[j] = V::Load(s + 3 * i + 32 * j);
+    uint64_t st[3], kb[3];
+    k.Starts(x, st);
+    const auto keys = static_cast<uint32_t>(reg::PixelsOfStarts24(st));
+    if (keys == ~uint32_t{0}) continue;
+    if (keys != ((keys & 0x55555555) << 1 | (keys >> 1 & 0x55555555))) {
+      mixed(i);
+      continue;
+    }
+    reg::BytesOfStarts24(st, kb);
+    const uint32_t keep[3] = {static_cast<uint32_t>(kb[0]), static_cast<uint32_t>(kb[0] >> 32),
+                              static_cast<uint32_t>(kb[1])};
+    for (int j = 0; j < 3; ++j) {
+      if (keep[j] == ~uint32_t{0}) continue;
+      __m256i ce, co;
+      StreamElems<CE, true>(c, i, j, ce, co);
+      uint8_t *p = d + 3 * i + 32 * j;
+      V::T out = op(x[j], ce, co);
+      if (keep[j] != 0) out = V::Select(V::BytesOf(keep[j]), V::Load(p), out);
+      V::Store(p, out);
+    }
+  }
+  return i;
+}
+#endif
+#endif
+
+#if defined(__AVX512BW__)
+// Pixel pairs of 3 bytes as a plain byte stream, 64 pixels (three registers of their
+// 192 bytes) a step from the row's start: fn(first pixel, step) for each step, the
+// elements fanned out to the bytes by word permutes (reg::Fan24). With kKeyed, a step
+// whose pixels are all the key is passed over. Returns the pixels done.
+struct Step24 {
+  __m512i x[3];      // the bytes
+  __m512i lo, hi;    // the elements as words, pixels 0..31 and 32..63
+  uint64_t keys;     // bit i: pixel i is the key
+  uint64_t keyB[3];  // the key pixels' bytes
+};
+template <int CE, bool kKeyed, class Fn>
+int64_t Steps24(const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key, Fn fn) {
+  [[maybe_unused]] const reg::Key24<reg::R512> k(key);
+  int64_t i = 0;
+  for (; i + 64 <= count; i += 64) {
+    Step24 t;
+    for (int r = 0; r < 3; ++r) t.x[r] = vec::V512::Load(s + 3 * i + 64 * r);
+    if constexpr (kKeyed) {
+      uint64_t st[3];
+      k.Starts(t.x, st);
+      t.keys = reg::PixelsOfStarts24(st);
+      if (t.keys == ~uint64_t{0}) continue;
+      reg::BytesOfStarts24(st, t.keyB);
+    }
+    t.lo = vec::V512::Elems16<CE>(c + CE * i);
+    t.hi = vec::V512::Elems16<CE>(c + CE * (i + 32));
+    fn(i, t);
+  }
+  return i;
+}
+// Word masks of the even and of the odd bytes of 64 bytes.
+inline uint32_t EvenBytes(uint64_t b) {
+  return static_cast<uint32_t>(_pext_u64(b, 0x5555555555555555));
+}
+inline uint32_t OddBytes(uint64_t b) {
+  return static_cast<uint32_t>(_pext_u64(b, 0xAAAAAAAAAAAAAAAA));
+}
+// Bytes of a pair's pixels by the Light byte formula (LightChanByte16) with the
+// even and odd bytes' factors ce and co, signed; with kAlone, unsigned in the words
+// of `unsignedE` / `unsignedO`.
+template <bool kAlone>
+inline __m512i LightStream(__m512i x, __m512i ce, __m512i co, uint32_t unsignedE = 0,
+                           uint32_t unsignedO = 0) {
+  using V = vec::V512;
+  auto byte = [](__m512i v8, __m512i e, uint32_t plain) {
+    // A signed factor of 0x8000 or more keeps the product's bits 8..15 alone: its sign
+    // spread over the word clears bits 8..15 (p & ~(sign & 0xFF00)) before the cap.
+    __m512i sign = kAlone ? _mm512_maskz_srai_epi16(~plain, e, 15) : _mm512_srai_epi16(e, 15);
+    __m512i p = _mm512_ternarylogic_epi32(V::MulhiU16(v8, e), sign, V::Set16(0xFF00), 0x70);
+    return V::MinU16(p, V::Set16(255));
+  };
+  auto even = byte(V::Sll16<8>(x), ce, unsignedE);
+  auto odd = byte(V::And(x, V::Set16(0xFF00)), co, unsignedO);
+  return V::Or(even, V::Sll16<8>(odd));
 }
 #endif
 
@@ -391,18 +520,20 @@ void FastLightChanBytes(const RowArgs &r) {
   int64_t i = 0;
   if constexpr (Bpp == 3) {
 #if defined(RK_CHAN_VEC)
+#if defined(__AVX512BW__)
+    i = Steps24<2, false>(r.s, r.c, 2 * Pairs(r), 0, [&](int64_t at, const Step24 &t) {
+      for (int q = 0; q < 3; ++q) {
+        vec::V512::Store(
+            r.d + 3 * at + 64 * q,
+            LightStream<false>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0), reg::Fan24(t.lo, t.hi, q, 1)));
+      }
+    });
+#endif
 #if defined(__AVX2__)
     // LightPixBytes on the stream's bytes: every byte of a pair with its own element as
     // a signed factor.
-    i = Stream24<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [](__m256i b, __m256i ce, __m256i co) {
-      using V = vec::V256;
-      auto byte = [](__m256i v8, __m256i e) {
-        auto keep = V::Xor(V::Set16(0xFFFF), V::And(_mm256_srai_epi16(e, 15), V::Set16(0xFF00)));
-        return V::MinU16(V::And(V::MulhiU16(v8, e), keep), V::Set16(255));
-      };
-      auto even = byte(V::Sll16<8>(b), ce), odd = byte(V::And(b, V::Set16(0xFF00)), co);
-      return V::Or(even, V::Sll16<8>(odd));
-    });
+    i += Stream24<2, true>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i,
+                           LightPairsStream);
 #endif
     i += Rows24<2, false>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i, vecFn);
     for (int64_t col = i; col < 2 * Pairs(r); col += 2) ChanUnit<2>(x, col, LightChanPair);
@@ -492,10 +623,49 @@ void FastMaskLightChan24(const RowArgs &r) {
   auto x = Chan<3, 2>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, LightChanLone);
 #if defined(RK_CHAN_VEC)
-  int64_t i =
-      Rows24<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto v, auto px, auto e, int64_t) {
-        return MaskLightPairsVec<decltype(v)>(px, e, key);
-      });
+  int64_t i = 0;
+#if defined(__AVX512BW__)
+  // A right pixel drawn alone takes its left partner's element (moved into its word
+  // before the fan-out); a pixel drawn alone is unsigned; the key's bytes are not stored.
+  uint8_t *const d = r.d;
+  i = Steps24<2, true>(r.s, r.c, 2 * Pairs(r), r.b, [d](int64_t at, const Step24 &t) {
+    // Pixels drawn alone (none where keys come in runs of whole pairs).
+    const uint64_t alone = ((t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels)) & ~t.keys;
+    if (alone == 0) {
+      for (int q = 0; q < 3; ++q) {
+        auto out =
+            LightStream<false>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0), reg::Fan24(t.lo, t.hi, q, 1));
+        _mm512_mask_storeu_epi8(d + 3 * at + 64 * q, ~t.keyB[q], out);
+      }
+      return;
+    }
+    const uint64_t right = alone & ~kLeftPixels;
+    const auto lo =
+        _mm512_mask_mov_epi16(t.lo, static_cast<__mmask32>(right), _mm512_slli_epi32(t.lo, 16));
+    const auto hi = _mm512_mask_mov_epi16(t.hi, static_cast<__mmask32>(right >> 32),
+                                          _mm512_slli_epi32(t.hi, 16));
+    uint64_t aloneB[3];
+    reg::ByteBits24(alone, aloneB);
+    for (int q = 0; q < 3; ++q) {
+      auto out = LightStream<true>(t.x[q], reg::Fan24(lo, hi, q, 0), reg::Fan24(lo, hi, q, 1),
+                                   EvenBytes(aloneB[q]), OddBytes(aloneB[q]));
+      _mm512_mask_storeu_epi8(d + 3 * at + 64 * q, ~t.keyB[q], out);
+    }
+  });
+#endif
+
+  auto lightRows = [&](int64_t from, int64_t n) {
+    return Rows24<2, true>(r.d + 3 * from, r.s + 3 * from, r.c + 2 * from, n,
+                           [key = r.b](auto v, auto px, auto e, int64_t) {
+                             return MaskLightPairsVec<decltype(v)>(px, e, key);
+                           });
+  };
+#if defined(__AVX2__) && !defined(__AVX512BW__)
+  // Pairs with no key or two are LightChan24's pairs.
+  i = KeyedStream24<2>(r.d, r.s, r.c, 2 * Pairs(r), r.b, LightPairsStream,
+                       [&](int64_t at) { lightRows(at, kMixed24); });
+#endif
+  i += lightRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2)
     KeyedPair<3, true, false>(x, col, r.b, LightChanLone, LightChanPair);
 #else
@@ -549,23 +719,55 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
 #if defined(RK_CHAN_VEC)
   // The drawn pairs at their places (a pair with a key keeps its destination here),
-  // noting the steps of 8 pixels with a one-key pair (the first kNoted of a row; any
-  // further ones, and the pairs after the steps, are looked at again); then the
-  // misplaced pixels of the one-key pairs from the right.
-  constexpr int64_t kNoted = 4096;
-  uint64_t noted[kNoted / 64] = {};
+  // noting the one-key pairs by their left pixels' bits (the first kNoted pixels of a
+  // row; the pairs after them, and those the registers did not cover, are looked at
+  // again); then the misplaced pixels of the one-key pairs from the right.
+  constexpr int64_t kNoted = 32768;
+  uint64_t one[kNoted / 64];  // cleared as far as the row reaches
+  std::memset(one, 0, 8 * static_cast<size_t>(std::min(kNoted, 2 * Pairs(r) + 63) / 64));
   bool anyOne = false;
-  int64_t i = Rows24<1, true>(
-      r.d, r.s, r.c, 2 * Pairs(r), [&, key = r.b](auto v, auto px, auto e, int64_t at) {
-        using V = decltype(v);
-        auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
-        if (V::Any(V::Xor(k, kp))) {
-          anyOne = true;
-          for (int64_t u = at / 8; u <= (at + V::kBytes / 4 - 1) / 8 && u < kNoted; ++u)
-            noted[u / 64] |= uint64_t{1} << (u % 64);
-        }
-        return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
-      });
+  // Notes the one-key pairs of bits `left` (their left pixels) from pixel `at`, which
+  // lies in the same word as the bits' last pixel.
+  auto note = [&](int64_t at, uint64_t left) {
+    if (left == 0) return;
+    anyOne = true;
+    if (at < kNoted) one[at / 64] |= left << (at % 64);
+  };
+  // Rows24 on n pixels from pixel `from`.
+  auto darkleRows = [&](int64_t from, int64_t n) {
+    return Rows24<1, true>(r.d + 3 * from, r.s + 3 * from, r.c + from, n,
+                           [&, key = r.b](auto v, auto px, auto e, int64_t off) {
+                             using V = decltype(v);
+                             const int64_t at = from + off;
+                             auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
+                             if (auto m = V::Xor(k, kp); V::Any(m))
+                               note(at, Lanes32(V::Bits(m)) & kLeftPixels);
+                             return vec::Kept<V>{vec::DarklePixBytes<V>(px, e), V::Or(k, kp)};
+                           });
+  };
+  int64_t i = 0;
+#if defined(__AVX512BW__)
+  uint8_t *const d = r.d;
+  i = Steps24<1, true>(r.s, r.c, 2 * Pairs(r), r.b, [&, d](int64_t at, const Step24 &t) {
+    using V = vec::V512;
+    const uint64_t partner = (t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels);
+    // Where no pair has one key, the pairs left alone are those of the key pixels.
+    uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
+    if (t.keys != partner) {
+      note(at, (t.keys ^ partner) & kLeftPixels);
+      reg::ByteBits24(t.keys | partner, skipB);
+    }
+    for (int q = 0; q < 3; ++q) {
+      auto out =
+          vec::DarkleBytes<V>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0), reg::Fan24(t.lo, t.hi, q, 1));
+      _mm512_mask_storeu_epi8(d + 3 * at + 64 * q, ~skipB[q], out);
+    }
+  });
+#elif defined(__AVX2__)
+  i = KeyedStream24<1>(r.d, r.s, r.c, 2 * Pairs(r), r.b, vec::DarkleBytes<vec::V256>,
+                       [&](int64_t at) { darkleRows(at, kMixed24); });
+#endif
+  i += darkleRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2) {
     KeyedPairIn q = ReadKeyedPair<3>(x, col, r.b);
     if (q.Both()) {
@@ -575,13 +777,20 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     anyOne |= !q.Both() && !q.None();
   }
   for (int64_t q = Pairs(r) - 1; anyOne && q >= 0; --q) {
-    int64_t u = q / 4;
-    if (2 * q < i && u < kNoted && (noted[u / 64] >> (u % 64) & 1) == 0) {
-      q = 4 * u;  // the whole step has no one-key pair
+    const int64_t p = 2 * q;
+    if (p < i && p < kNoted) {
+      // The noted pair at or left of q within its word, or none: on to the word before.
+      const uint64_t bits = one[p / 64] & ((uint64_t{2} << (p % 64)) - 1);
+      if (bits == 0) {
+        q = p / 64 * 32;
+        continue;
+      }
+      q = (p / 64 * 64 + 63 - std::countl_zero(bits)) / 2;
+      PutMisplaced24(x, r, q);
       continue;
     }
-    KeyedPairIn p = ReadKeyedPair<3>(x, 2 * q, r.b);
-    if (!p.None() && !p.Both()) PutMisplaced24(x, r, q);
+    KeyedPairIn pr = ReadKeyedPair<3>(x, p, r.b);
+    if (!pr.None() && !pr.Both()) PutMisplaced24(x, r, q);
   }
 #else
   constexpr int64_t kNoted = 4096;

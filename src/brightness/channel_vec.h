@@ -255,12 +255,24 @@ typename V::T LightPixBytes(typename V::T px, typename V::T c, typename V::T sig
   auto odd = byte(V::And(px, V::Set32(0x0000FF00)));
   return V::Or(even, V::template Sll16<8>(odd));
 }
-// All four bytes by DarkleByte: bits 8..15 of each byte's wrapped product.
+// Every byte by DarkleByte: bits 8..15 of each byte's wrapped product, the even bytes'
+// factors in ce, the odd bytes' in co.
+template <class V>
+typename V::T DarkleBytes(typename V::T px, typename V::T ce, typename V::T co) {
+  auto even = V::template Srl16<8>(V::Mullo16(V::And(px, V::Set16(0xFF)), ce));
+#if defined(__AVX512BW__)
+  if constexpr (V::kBytes == 64) {  // (odd & 0xFF00) | even in one step
+    return _mm512_ternarylogic_epi32(V::Mullo16(V::template Srl16<8>(px), co), V::Set16(0xFF00),
+                                     even, 0xEA);
+  }
+#endif
+  auto odd = V::And(V::Mullo16(V::template Srl16<8>(px), co), V::Set16(0xFF00));
+  return V::Or(even, odd);
+}
+// All four bytes of pixels, each pixel's factor in both halves of its lane.
 template <class V>
 typename V::T DarklePixBytes(typename V::T px, typename V::T c) {
-  auto even = V::template Srl16<8>(V::Mullo16(V::And(px, V::Set16(0xFF)), c));
-  auto odd = V::And(V::Mullo16(V::template Srl16<8>(px), c), V::Set16(0xFF00));
-  return V::Or(even, odd);
+  return DarkleBytes<V>(px, c, c);
 }
 
 // The key mask of pixels in 32-bit lanes: bytes 0..2 equal to the key's.

@@ -17,6 +17,7 @@
 //   SwapPairs32        32-bit lanes 0 1 2 3 ... as 1 0 3 2 ...
 //   Lo16(a, b)         16-bit lanes of the low halves of each 128 bits, interleaved
 //   Bits(m)            bit i from byte i's top bit; kAll is Bits of all ones; Any(m)
+//   EqBits8(a, b)      Bits(Eq8(a, b))
 //   BytesOf(bits)      the other way: 0xFF in byte i where bit i is set
 //   Shuffle8, PermD    byte shuffle within 128 bits, 32-bit permute (256 and 512 only)
 //   Spread24(p)        the kBytes / 4 3-byte pixels at p, one to each 32-bit lane with
@@ -100,6 +101,7 @@ namespace reg {
   static T SwapPairs32(T a) { return RK_MM(shuffle_epi32)(a, 0xB1); }                  \
   static T Lo16(T a, T b) { return RK_MM(unpacklo_epi16)(a, b); }                      \
   static uint64_t Bits(T m) { return static_cast<uint32_t>(RK_MM(movemask_epi8)(m)); } \
+  static uint64_t EqBits8(T a, T b) { return Bits(Eq8(a, b)); }                        \
   static constexpr uint64_t kAll = (uint64_t{1} << kBytes) - 1;                        \
   static bool Any(T m) { return Bits(m) != 0; }
 
@@ -249,6 +251,7 @@ struct R512 {
   static T SwapPairs32(T a) { return _mm512_shuffle_epi32(a, _MM_PERM_CDAB); }
   static T Lo16(T a, T b) { return _mm512_unpacklo_epi16(a, b); }
   static uint64_t Bits(T m) { return _mm512_movepi8_mask(m); }
+  static uint64_t EqBits8(T a, T b) { return _mm512_cmpeq_epi8_mask(a, b); }
   static constexpr uint64_t kAll = ~uint64_t{0};
   static bool Any(T m) { return _mm512_test_epi8_mask(m, m) != 0; }
   static T BytesOf(uint64_t bits) { return _mm512_movm_epi8(bits); }
@@ -278,6 +281,109 @@ using R = R512;
 using R = R256;
 #else
 using R = R128;
+#endif
+
+#if defined(__BMI2__)
+// 64 3-byte pixels as bits of their 192 bytes (m[k] bit b for byte 64 x k + b), each
+// pixel by the bit of its first byte (its start bit) or by its three bits. The pixels
+// start every third byte: at bits 0, 3 .. 63 of the first word, 2, 5 .. 62 of the
+// second and 1, 4 .. 61 of the third (22, 21 and 21 pixels).
+inline constexpr uint64_t kStarts24[3] = {0x9249249249249249, 0x4924924924924924,
+                                          0x2492492492492492};
+// The start bits of the pixels whose three bytes are all set (bits at pixel starts
+// only).
+inline void StartBits24(const uint64_t m[3], uint64_t st[3]) {
+  for (int k = 0; k < 3; ++k) {
+    const uint64_t next = k < 2 ? m[k + 1] : 0;
+    st[k] = m[k] & (m[k] >> 1 | next << 63) & (m[k] >> 2 | next << 62) & kStarts24[k];
+  }
+}
+// The three bytes of each pixel whose start bit is set: a start's bit times 7 (starts
+// are three apart); pixel 21 ends in the second word, pixel 42 in the third.
+inline void BytesOfStarts24(const uint64_t st[3], uint64_t m[3]) {
+  m[0] = st[0] * 7;
+  m[1] = st[1] * 7 | (st[0] >> 63) * 3;
+  m[2] = st[2] * 7 | st[1] >> 62;
+}
+// Bit i set where pixel i's start bit is.
+inline uint64_t PixelsOfStarts24(const uint64_t st[3]) {
+  return _pext_u64(st[0], kStarts24[0]) | _pext_u64(st[1], kStarts24[1]) << 22 |
+         _pext_u64(st[2], kStarts24[2]) << 43;
+}
+// The other way: the three bytes of each pixel whose bit is set.
+inline void ByteBits24(uint64_t px, uint64_t m[3]) {
+  const uint64_t st[3] = {_pdep_u64(px, kStarts24[0]), _pdep_u64(px >> 22, kStarts24[1]),
+                          _pdep_u64(px >> 43, kStarts24[2])};
+  BytesOfStarts24(st, m);
+}
+#endif
+
+// The three bytes of `key` repeated over a register of V from byte `phase` of the
+// key (bytes 0, 1, 2, 0 ... for phase 0): the pattern a key pixel matches in a
+// register that starts `phase` bytes into a pixel.
+template <class V>
+inline typename V::T KeyPattern24(uint32_t key, int phase) {
+  alignas(64) uint8_t pat[V::kBytes];
+  for (int i = 0; i < V::kBytes; ++i) pat[i] = static_cast<uint8_t>(key >> (8 * ((i + phase) % 3)));
+  return V::Load(pat);
+}
+
+#if defined(__AVX512BW__)
+// Per-pixel words fanned out to the bytes of 64 3-byte pixels: register r of their 192
+// bytes holds bytes 64r .. 64r + 63, word k of it bytes 64r + 2k and 64r + 2k + 1.
+// Fan24(lo, hi, r, odd) gives word k the word of the pixel of its low byte (odd 0) or
+// of its high byte (odd 1), from the pixels' words in lo (pixels 0..31) and hi (32..63).
+struct Fan24Table {
+  alignas(64) uint16_t idx[3][2][32];
+  constexpr Fan24Table() : idx{} {
+    for (int r = 0; r < 3; ++r) {
+      for (int o = 0; o < 2; ++o) {
+        for (int k = 0; k < 32; ++k) idx[r][o][k] = static_cast<uint16_t>((64 * r + 2 * k + o) / 3);
+      }
+    }
+  }
+};
+inline constexpr Fan24Table kFan24Table{};
+inline __m512i Fan24(__m512i lo, __m512i hi, int r, int odd) {
+  return _mm512_permutex2var_epi16(lo, _mm512_load_si512(kFan24Table.idx[r][odd]), hi);
+}
+
+#endif
+
+#if defined(__BMI2__)
+// A 3-byte key against the pixels of three registers of their bytes (64 pixels at 64
+// bytes a register, 32 at 32): each register's bytes are compared with the key's bytes
+// in the order that register meets them, and the matches reduced to whole pixels.
+template <class V>
+struct Key24 {
+  typename V::T pat[3];
+  explicit Key24(uint32_t key) {
+    for (int r = 0; r < 3; ++r) pat[r] = KeyPattern24<V>(key, V::kBytes * r % 3);
+  }
+  // The start bits of the key pixels (StartBits24; of 32-byte registers the first 96
+  // bytes' bits).
+  void Starts(const typename V::T v[3], uint64_t st[3]) const {
+    uint64_t eq[3];
+    for (int r = 0; r < 3; ++r) {
+      eq[r] = V::EqBits8(v[r], pat[r]);
+      // Kept in a general register: the compiler would otherwise move it out of the
+      // mask register again for each of its uses.
+      if constexpr (V::kBytes == 64) __asm__("" : "+r"(eq[r]));
+    }
+    if constexpr (V::kBytes == 32) {
+      eq[0] |= eq[1] << 32;
+      eq[1] = eq[2];
+      eq[2] = 0;
+    }
+    StartBits24(eq, st);
+  }
+  // Bit i set where pixel i is the key.
+  uint64_t Pixels(const typename V::T v[3]) const {
+    uint64_t st[3];
+    Starts(v, st);
+    return PixelsOfStarts24(st);
+  }
+};
 #endif
 
 // A register loaded once: the compiler would otherwise fold the load into each of

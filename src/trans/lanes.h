@@ -140,29 +140,49 @@ inline int32_t Pairs32Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int3
 
 #if defined(__AVX512BW__) || defined(__AVX2__)
 #define RK_TRANS_LANES24 1
-// KeyBytes24: for the V::kBytes 3-byte pixels from p, 0xFF in byte i where pixel i
-// is the key (its three bytes as a dword against `key`), else 0. The pixels are
-// spread one to a dword kPix24 at a time, reading V::kOver24 bytes past the last
-// pixel.
-constexpr int32_t kPix24 = V::kBytes / 4;
 #if defined(__AVX512BW__)
-inline VT KeyBytes24(const uint8_t *p, VT key) {
-  uint64_t m = 0;
-  for (int i = 0; i < 4; ++i) {
-    m |= uint64_t{_mm512_cmpeq_epi32_mask(V::Spread24(p + 3 * kPix24 * i), key)} << (kPix24 * i);
+// Pixels [0, n) of a 24-bit pixel walk, blended byte by byte in place (alone or in
+// a pair is the same at 24 bits), 64 pixels (three registers of their bytes) a step:
+// the channel's weights fanned out to the bytes by word permutes, the key pixels'
+// bytes left out of the stores.
+template <class Mode>
+inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
+                             uint32_t b) {
+  [[maybe_unused]] const reg::Key24<V> key(b);
+  const VT uniform = V::Set16(static_cast<uint16_t>(a));
+  int32_t j = 0;
+  for (; j + 64 <= n; j += 64) {
+    const int64_t at = 3 * int64_t{j};
+    const VT sv[3] = {V::Load(s + at), V::Load(s + at + 64), V::Load(s + at + 128)};
+    uint64_t keyBytes[3] = {};
+    if constexpr (Mode::kKeyed) {
+      uint64_t st[3];
+      key.Starts(sv, st);
+      reg::BytesOfStarts24(st, keyBytes);
+    }
+    [[maybe_unused]] VT lo, hi;
+    if constexpr (Mode::kChannel) {
+      lo = V::Chan16(c + j);
+      hi = V::Chan16(c + j + 32);
+    }
+    for (int r = 0; r < 3; ++r) {
+      VT we = uniform, wo = uniform;
+      if constexpr (Mode::kChannel) {
+        we = reg::Fan24(lo, hi, r, 0);
+        wo = reg::Fan24(lo, hi, r, 1);
+      }
+      uint8_t *p = d + at + 64 * r;
+      const VT out = HalfBlendV(sv[r], V::Load(p), we, wo);
+      if constexpr (Mode::kKeyed) {
+        _mm512_mask_storeu_epi8(p, ~keyBytes[r], out);
+      } else {
+        V::Store(p, out);
+      }
+    }
   }
-  return _mm512_movm_epi8(m);
+  return j;
 }
 #else
-inline VT KeyBytes24(const uint8_t *p, VT key) {
-  VT m[4];
-  for (int i = 0; i < 4; ++i) m[i] = V::Eq32(V::Spread24(p + 3 * kPix24 * i), key);
-  // The packs interleave the 128-bit lanes; the dword permute puts the pixels back in order.
-  const VT x = _mm256_packs_epi16(_mm256_packs_epi32(m[0], m[1]), _mm256_packs_epi32(m[2], m[3]));
-  return V::PermD(x, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-}
-#endif
-
 // Tables of Pixels24Lanes: for each of a step's three registers of bytes, the
 // dwords of the per-pixel register each 16-byte lane takes (the four around its
 // pixels), and the byte shuffles that put each pixel's byte under the 16-bit lanes
@@ -190,43 +210,52 @@ struct Fan24 {
 inline constexpr Fan24 kFan24{};
 
 // Pixels [0, n) of a 24-bit pixel walk, blended byte by byte in place (alone or in
-// a pair is the same at 24 bits): a step takes V::kBytes pixels as one register of
-// a byte per pixel (the channel byte, 0 for a key pixel; or the key mask for the
-// uniform weight) and three registers of their bytes, and fans the per-pixel bytes
-// out to each byte's 16-bit weight.
+// a pair is the same at 24 bits), V::kBytes pixels (three registers of their bytes) a
+// step: the channel's weights fanned out from a register of a byte per pixel; the key
+// pixels' bytes keep the destination.
 template <class Mode>
 inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
                              uint32_t b) {
-  VT perm[3], even[3], odd[3];
-  for (int r = 0; r < 3; ++r) {
+  [[maybe_unused]] VT perm[3], even[3], odd[3];
+  for (int r = 0; Mode::kChannel && r < 3; ++r) {
     perm[r] = V::Load(kFan24.perm[r]);
     even[r] = V::Load(kFan24.even[r]);
     odd[r] = V::Load(kFan24.odd[r]);
   }
-  [[maybe_unused]] const VT key = V::Set32(b & kColourBytes),
-                            uniform = V::Set16(static_cast<uint16_t>(a)), zero = V::Set16(0);
+  [[maybe_unused]] const reg::Key24<V> key(b);
+  const VT uniform = V::Set16(static_cast<uint16_t>(a));
   int32_t j = 0;
-  for (; 3 * (int64_t{j} + V::kBytes) + V::kOver24 <= 3 * int64_t{n}; j += V::kBytes) {
-    VT px;  // a byte per pixel
-    if constexpr (Mode::kChannel) {
-      px = V::Load(c + j);
-      if constexpr (Mode::kKeyed) px = V::AndNot(KeyBytes24(s + 3 * j, key), px);
-    } else {
-      px = KeyBytes24(s + 3 * j, key);
+  for (; j + V::kBytes <= n; j += V::kBytes) {
+    const int64_t at = 3 * int64_t{j};
+    const VT sv[3] = {V::Load(s + at), V::Load(s + at + V::kBytes),
+                      V::Load(s + at + 2 * V::kBytes)};
+    uint64_t kb[3] = {};  // the key pixels' bytes, the first 96 of 192 bits
+    if constexpr (Mode::kKeyed) {
+      uint64_t st[3];
+      key.Starts(sv, st);
+      reg::BytesOfStarts24(st, kb);
     }
+    const uint32_t keep[3] = {static_cast<uint32_t>(kb[0]), static_cast<uint32_t>(kb[0] >> 32),
+                              static_cast<uint32_t>(kb[1])};
+    [[maybe_unused]] VT px;  // a channel byte per pixel
+    if constexpr (Mode::kChannel) px = V::Load(c + j);
     for (int r = 0; r < 3; ++r) {
-      const VT win = V::PermD(px, perm[r]);
-      VT we = V::Shuffle8(win, even[r]), wo = V::Shuffle8(win, odd[r]);
-      if constexpr (!Mode::kChannel) {  // the uniform weight where the pixel is not the key
-        we = V::And(V::Eq16(we, zero), uniform);
-        wo = V::And(V::Eq16(wo, zero), uniform);
+      VT we = uniform, wo = uniform;
+      if constexpr (Mode::kChannel) {
+        const VT win = V::PermD(px, perm[r]);
+        we = V::Shuffle8(win, even[r]);
+        wo = V::Shuffle8(win, odd[r]);
       }
-      const int64_t off = 3 * int64_t{j} + V::kBytes * r;
-      V::Store(d + off, HalfBlendV(V::Load(s + off), V::Load(d + off), we, wo));
+      uint8_t *p = d + at + V::kBytes * r;
+      const VT dv = V::Load(p);
+      VT out = HalfBlendV(sv[r], dv, we, wo);
+      if (Mode::kKeyed && keep[r] != 0) out = V::Select(V::BytesOf(keep[r]), dv, out);
+      V::Store(p, out);
     }
   }
   return j;
 }
+#endif
 
 #else
 #define RK_TRANS_LANES24 0
