@@ -104,15 +104,12 @@ inline int64_t TailBlock24(int64_t pairs) { return 6 * pairs >= kBytes ? 6 * pai
 // The key's three bytes repeated over a vector whose pixels begin kShift bytes in.
 template <int kShift>
 inline V KeyPattern24(uint32_t key) {
-  alignas(64) uint8_t pat[kBytes];
-  for (int i = 0; i < kBytes; ++i)
-    pat[i] = static_cast<uint8_t>(key >> (8 * ((i + 3 - kShift % 3) % 3)));
-  return R::Load(pat);
+  return reg::KeyPattern24<R>(key, (3 - kShift % 3) % 3);
 }
 // The bits (counted from the block's first pair) of the pixel starts whose pixel is the key.
 template <int kShift>
 inline uint64_t KeyPixels24(V px, V pattern) {
-  uint64_t eq = EqBits8(px, pattern) >> kShift;
+  uint64_t eq = R::EqBits8(px, pattern) >> kShift;
   return eq & eq >> 1 & eq >> 2 & kPixelStarts;
 }
 

@@ -20,8 +20,6 @@ inline constexpr int kBytes = R::kBytes;
 using reg::Loaded;
 
 #if defined(__AVX512BW__)
-// Bit i: byte i of a equals byte i of b.
-inline uint64_t EqBits8(V a, V b) { return _mm512_cmpeq_epi8_mask(a, b); }
 // Stores the bytes of v whose bit is set in `bits`; the others keep their value.
 inline void StoreBytes(uint8_t *p, V v, uint64_t bits) { _mm512_mask_storeu_epi8(p, bits, v); }
 // Stores the 16-bit (32-bit) lanes of value() where a and b differ; the others keep
@@ -35,7 +33,6 @@ inline void StoreUnlessEq32(uint8_t *p, V a, V b, Fn value) {
   _mm512_mask_storeu_epi32(p, _mm512_cmpneq_epi32_mask(a, b), value());
 }
 #else
-inline uint64_t EqBits8(V a, V b) { return R::Bits(R::Eq8(a, b)); }
 inline void StoreBytes(uint8_t *p, V v, uint64_t bits) {
   R::Store(p, R::Select(R::BytesOf(bits), v, R::Load(p)));
 }

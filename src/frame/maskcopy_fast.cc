@@ -97,22 +97,12 @@ void MaskRow24(const RowArgs &r) {
 // bits, are reduced to the pixels whose three bytes all match and spread back over
 // their bytes. Returns how many pixels it did.
 size_t MaskSteps24(uint8_t *d, const uint8_t *s, size_t n, uint32_t key) {
-  // Byte j of the 96 is byte j % 3 of its pixel.
-  alignas(32) static constexpr int8_t kPlace[96] = {
-      0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2,
-      0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2,
-      0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2,
-      0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2};
   // Pixels 0..20 lie in bits 0..62 of the first two masks, pixels 21..31 in bits
   // 31..63 of the last two; each pixel's lowest bit.
   constexpr uint64_t kFirst = 0x1249249249249249, kLast = 0x2492492480000000;
-  const __m256i keys = _mm256_set1_epi32(static_cast<int>(key));
-  __m256i keyAt[3];
-  for (int k = 0; k < 3; ++k) {
-    keyAt[k] = _mm256_shuffle_epi8(
-        keys, _mm256_load_si256(reinterpret_cast<const __m256i *>(kPlace + 32 * k)));
-  }
   using R = reg::R256;
+  __m256i keyAt[3];  // register k starts at byte 32 k, byte (32 k) % 3 of a pixel
+  for (int k = 0; k < 3; ++k) keyAt[k] = reg::KeyPattern24<R>(key, 32 * k % 3);
   size_t i = 0;
   for (; i + 32 <= n; i += 32) {
     const uint8_t *sp = s + 3 * i;
@@ -179,15 +169,10 @@ void MaskRow24(const RowArgs &r) {
   const uint8_t *s = r.s;
   uint8_t *d = r.d;
   const size_t n = static_cast<size_t>(r.w);
-  const auto k0 = static_cast<char>(key), k1 = static_cast<char>(key >> 8),
-             k2 = static_cast<char>(key >> 16);
-  // Vector k starts at byte 16 k, byte (16 k) % 3 of a pixel.
-  const __m128i keyAt[3] = {
-      _mm_setr_epi8(k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0),
-      _mm_setr_epi8(k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1),
-      _mm_setr_epi8(k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2, k0, k1, k2)};
-  constexpr uint64_t kLowest = 0x249249249249;  // each pixel's lowest bit of 48
   using R = reg::R128;
+  __m128i keyAt[3];  // register k starts at byte 16 k, byte (16 k) % 3 of a pixel
+  for (int k = 0; k < 3; ++k) keyAt[k] = reg::KeyPattern24<R>(key, 16 * k % 3);
+  constexpr uint64_t kLowest = 0x249249249249;  // each pixel's lowest bit of 48
   size_t i = 0;
   for (; i + 16 <= n; i += 16) {
     const uint8_t *sp = s + 3 * i;

@@ -321,11 +321,28 @@ inline void ByteBits24(uint64_t px, uint64_t m[3]) {
 // The three bytes of `key` repeated over a register of V from byte `phase` of the
 // key (bytes 0, 1, 2, 0 ... for phase 0): the pattern a key pixel matches in a
 // register that starts `phase` bytes into a pixel.
+// Built in registers, not stored and loaded back (a wide load of narrower stores
+// waits for them): with byte shuffles, each byte takes its key byte from the key
+// broadcast to every 32-bit lane; with SSE2 alone, from two words of the repeated key.
+struct Thirds {
+  int8_t of[66];  // byte j: j % 3
+  constexpr Thirds() : of() {
+    for (int j = 0; j < 66; ++j) of[j] = static_cast<int8_t>(j % 3);
+  }
+};
+inline constexpr Thirds kThirds{};
 template <class V>
 inline typename V::T KeyPattern24(uint32_t key, int phase) {
-  alignas(64) uint8_t pat[V::kBytes];
-  for (int i = 0; i < V::kBytes; ++i) pat[i] = static_cast<uint8_t>(key >> (8 * ((i + phase) % 3)));
-  return V::Load(pat);
+  if constexpr (V::kBytes == 16) {
+    // The 8 bytes from each phase q: the key turned by q, repeated.
+    auto word = [key](int q) {
+      const uint64_t k = key & 0xFFFFFF, turned = (k >> 8 * q | k << (24 - 8 * q)) & 0xFFFFFF;
+      return static_cast<int64_t>(turned * 0x0001000001000001ull);
+    };
+    return _mm_set_epi64x(word((phase + 8) % 3), word(phase % 3));
+  } else {
+    return V::Shuffle8(V::Set32(key), V::Load(kThirds.of + phase));
+  }
 }
 
 #if defined(__AVX512BW__)
