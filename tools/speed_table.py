@@ -39,7 +39,9 @@ def main():
     sizes = ['640x480', '1920x1080']
     print('# Speed of every export, by level\n')
     print(f'Kernel time over the time of a memcpy of the same destination rectangle, measured in the '
-          f'same run (median of 3), on {machine}, {cpu}. Written by `tools/speed.sh`. Bold: over the '
+          f'same run (median of 3), on {machine}, {cpu}; each round times the memcpy after one '
+          f'untimed memcpy, so that what the kernel leaves in the caches does not change it. '
+          f'Written by `tools/speed.sh`. Bold: over the '
           f'bar (1.5 for plain, keyed, opacity and level members and colour conversions; 2 for '
           f'channel and 24-bit members and the other conversions). The memcpy is the C '
           f'library\'s, which uses the widest vectors the CPU has whatever level rkpix runs, so '
