@@ -23,6 +23,9 @@
 //   Spread24(p)        the kBytes / 4 3-byte pixels at p, one to each 32-bit lane with
 //                      its fourth byte 0; reads kOver24 bytes past them
 //   Join24(p, v)       stores such lanes back as 3-byte pixels, 3 x kBytes / 4 bytes
+// and, after the register types, what 3-byte keys need at every width: KeyPattern24
+// (the key's bytes repeated from a phase), Key24 and the start-bit helpers (matches
+// of 64 pixels reduced to pixels, BMI2), Fan24 (per-pixel words to bytes, AVX-512).
 // Only fast translation units include this.
 #pragma once
 
