@@ -13,6 +13,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   static const std::vector<rkt::NamedCase> cases = rkt::AllCases();
   if (size < 3 || cases.empty()) return 0;
+  rkt::World::LargeSurfaces() = false;
   const rkt::NamedCase &c = cases[(data[0] | data[1] << 8) % cases.size()];
   rkt::World::DefaultGuard() = (data[2] & 1) ? rkt::Bytes::kGuardAfter : rkt::Bytes::kGuardBefore;
   rkt::Rng rng(data + 3, size - 3);

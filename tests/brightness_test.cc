@@ -76,7 +76,7 @@ WIDE_IN_PLACE(Darkle);
 template <auto Fn, int Bpp>
 std::string JoinedRows(rkt::Rng &rng) {
   rkt::World w;
-  const bool big = rng.Chance(0.15);
+  const bool big = rkt::World::LargeSurfaces() && rng.Chance(0.15);
   auto width = static_cast<int32_t>(big ? rng.Range(700, 3000) : rng.Range(1, 40));
   const int64_t minRows = big ? 300'000 / (width * Bpp) : 2;
   auto rows = static_cast<int32_t>(rng.Range(minRows, minRows + 60));

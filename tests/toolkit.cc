@@ -156,6 +156,10 @@ Bytes::Guard &World::DefaultGuard() {
   static Bytes::Guard g = Bytes::kNone;
   return g;
 }
+bool &World::LargeSurfaces() {
+  static bool large = true;
+  return large;
+}
 
 int World::AddBuffer(Rng &rng, size_t n) {
   bufs.push_back(Buffer{Bytes(n, guard), {}});

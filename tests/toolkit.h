@@ -86,6 +86,9 @@ struct World {
 
   // The guard new worlds start with (the drivers alternate it from case to case).
   static Bytes::Guard &DefaultGuard();
+  // Whether cases may build surfaces of megabytes (the fuzzer turns it off: such cases
+  // would take nearly all of its time, and the test suite runs them).
+  static bool &LargeSurfaces();
 
   // Adds a buffer of n random bytes; returns its index.
   int AddBuffer(Rng &rng, size_t n);

@@ -90,9 +90,10 @@ std::string ZoomCase(rkt::Rng &rng) {
 
 // Halving into destinations large enough for streaming stores: rows of any length and
 // padding, so that the aligned lanes start at any pixel (or rows miss whole-pixel
-// alignment), from sources twice the size.
+// alignment), from sources twice the size. None where large surfaces are off.
 template <ZoomFn Fn, int Bpp, bool WritesSrc>
 std::string LargeHalving(rkt::Rng &rng) {
+  if (!rkt::World::LargeSurfaces()) return "";
   rkt::World w;
   auto width = static_cast<int32_t>(rng.Range(500, 1100));
   auto rows = static_cast<int32_t>(rk::kZoomStreamBytes / static_cast<uint64_t>(width * Bpp) +
