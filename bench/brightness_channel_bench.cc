@@ -35,20 +35,16 @@ namespace {
 rkb::Setup OddRuns24(rkt::AnyExport fn, int elem) {
   return [fn, elem](int32_t w, int32_t h) {
     struct Data {
-      std::vector<uint8_t> dst, src, chan, copy;
+      rkb::Block dst, src, chan, copy;
       RkSurface d{}, s{}, c{};
     };
     auto data = std::make_shared<Data>();
     std::mt19937 rng(99);
-    auto fill = [&](std::vector<uint8_t> &v, size_t n) {
-      v.resize(n + 64);
-      for (auto &b : v) b = static_cast<uint8_t>(rng());
-    };
     const size_t px = size_t(w) * h;
-    fill(data->dst, 3 * px);
-    fill(data->src, 3 * px);
-    fill(data->chan, elem * px);
-    fill(data->copy, 3 * px);
+    data->dst = rkb::Block(3 * px + 64, rkb::kDstAt, &rng);
+    data->src = rkb::Block(3 * px + 64, rkb::kSrcAt, &rng);
+    data->chan = rkb::Block(elem * px + 64, rkb::kChanAt, &rng);
+    data->copy = rkb::Block(3 * px + 64, rkb::kCopyAt, &rng);
     const uint32_t key = 0x00FF00FF;
     for (int32_t y = 0; y < h; ++y) {
       for (int32_t x = 0; x < w; ++x) {
@@ -56,7 +52,7 @@ rkb::Setup OddRuns24(rkt::AnyExport fn, int elem) {
           std::memcpy(&data->src[3 * (size_t(y) * w + x)], &key, 3);
       }
     }
-    auto rec = [w, h](std::vector<uint8_t> &v, int bpp) {
+    auto rec = [w, h](rkb::Block &v, int bpp) {
       RkSurface r{};
       r.width = w;
       r.height = h;

@@ -26,7 +26,7 @@ struct ConvBench {
 constexpr size_t kMargin = 64;  // room for the one-off stores and the source byte past the end
 
 struct ConvMemory {
-  std::vector<uint8_t> dst[3], src[3], copyFrom, copyTo;
+  rkb::Block dst[3], src[3], copyFrom, copyTo;
   uint8_t *D(int k) { return dst[k].data() + kMargin; }
   const uint8_t *S(int k) { return src[k].data() + kMargin; }
 };
@@ -38,14 +38,18 @@ rkb::Setup MakeSetup(ConvBench b) {
     const int ns = b.shape == Shape::k13 || b.shape == Shape::k33 ? 3 : 1;
     auto m = std::make_shared<ConvMemory>();
     std::mt19937 rng(99);
-    for (int k = 0; k < nd; ++k) m->dst[k].assign(n * b.dstStride + 2 * kMargin, 0);
+    // A plane's margin comes before its first element: its elements start at the role's
+    // offset, the planes of a role 320 bytes apart.
+    for (int k = 0; k < nd; ++k) {
+      m->dst[k] = rkb::Block(n * b.dstStride + 2 * kMargin, rkb::kDstAt + 320 * k - kMargin + 4096);
+    }
     for (int k = 0; k < ns; ++k) {
-      m->src[k].resize(n * b.srcStride + 2 * kMargin);
-      for (auto &v : m->src[k]) v = static_cast<uint8_t>(rng());
+      m->src[k] =
+          rkb::Block(n * b.srcStride + 2 * kMargin, rkb::kSrcAt + 320 * k - kMargin + 4096, &rng);
     }
     size_t larger = std::max(n * b.dstStride * nd, n * b.srcStride * ns);
-    m->copyFrom.assign(larger, 1);
-    m->copyTo.assign(larger, 0);
+    m->copyFrom = rkb::Block(larger, rkb::kCopyAt, &rng);
+    m->copyTo = rkb::Block(larger, rkb::kDstAt);
     uint8_t *dB = nd == 3 ? m->D(2) : nullptr;
     const uint8_t *sB = ns == 3 ? m->S(2) : nullptr;
     if (b.srcBAt >= 0) std::memcpy(m->src[1].data() + kMargin + b.srcBAt, &sB, sizeof sB);

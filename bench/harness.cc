@@ -10,13 +10,22 @@
 #include "rkpix.h"
 
 namespace rkb {
+
+Block::Block(size_t n, size_t at, std::mt19937 *rng) : mem_(n + at + 4096), n_(n) {
+  const auto addr = reinterpret_cast<uintptr_t>(mem_.data());
+  p_ = mem_.data() + ((4096 - addr % 4096) % 4096 + at % 4096);
+  if (rng != nullptr) {
+    for (size_t i = 0; i < n; ++i) p_[i] = static_cast<uint8_t>((*rng)());
+  }
+}
+
 namespace {
 
 struct Surface {
-  std::vector<uint8_t> bytes;
+  Block bytes;
   RkSurface rec{};
-  Surface(int32_t w, int32_t h, int elem, std::mt19937 &rng) : bytes(size_t(w) * h * elem + 64) {
-    for (auto &b : bytes) b = static_cast<uint8_t>(rng());
+  Surface(int32_t w, int32_t h, int elem, size_t at, std::mt19937 &rng)
+      : bytes(size_t(w) * h * elem + 64, at, &rng) {
     rec.width = w;
     rec.height = h;
     rec.pitch = w * elem;
@@ -69,9 +78,9 @@ bool Register(const std::string &name, Setup setup) {
 bool RegisterBlit(const char *name, void (*fn)(), int bpp, Args args, uint32_t a, int chanElem) {
   return Register(name, [=](int32_t w, int32_t h) {
     std::mt19937 rng(1234);
-    auto s = std::make_shared<BlitSetup>(BlitSetup{Surface(w, h, bpp, rng), Surface(w, h, bpp, rng),
-                                                   Surface(w, h, chanElem ? chanElem : 1, rng),
-                                                   Surface(w, h, bpp, rng)});
+    auto s = std::make_shared<BlitSetup>(BlitSetup{
+        Surface(w, h, bpp, kDstAt, rng), Surface(w, h, bpp, kSrcAt, rng),
+        Surface(w, h, chanElem ? chanElem : 1, kChanAt, rng), Surface(w, h, bpp, kCopyAt, rng)});
     // A quarter of the source pixels carry the key, in runs as sprites have them.
     uint32_t key = 0x00FF00FFu & (bpp == 2 ? 0xFFFFu : 0xFFFFFFu);
     if (args == Args::kKey || args == Args::kAKey || args == Args::kChannelKey) {

@@ -12,13 +12,42 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "blit_call.h"
 
 namespace rkb {
 
 using Args = rkt::Args;
+
+// Where a block sits in its page, by role. A benchmark's timings must not depend on
+// where the allocator put earlier benchmarks' blocks: a load whose address matches a
+// recent store's modulo 4 KiB waits for that store. So every block starts at a fixed
+// offset in a page, the roles a quarter page apart: a row's loads from one block stay
+// clear of its stores to another.
+enum Place : size_t { kDstAt = 0, kCopyAt = 1024, kSrcAt = 2048, kChanAt = 3072 };
+
+// n bytes (zero, or random from `rng`) at `at` bytes past a page boundary.
+class Block {
+ public:
+  Block() = default;
+  Block(size_t n, size_t at, std::mt19937 *rng = nullptr);
+  Block(Block &&) = default;  // the bytes stay where they are
+  Block &operator=(Block &&) = default;
+  Block(const Block &) = delete;
+  Block &operator=(const Block &) = delete;
+  uint8_t *data() { return p_; }
+  const uint8_t *data() const { return p_; }
+  size_t size() const { return n_; }
+  uint8_t &operator[](size_t i) { return p_[i]; }
+
+ private:
+  std::vector<uint8_t> mem_;
+  uint8_t *p_ = nullptr;
+  size_t n_ = 0;
+};
 
 // What one timed run needs: the kernel call, the baseline call, and the number of
 // pixels a call produces. `keep` owns the memory both use.

@@ -19,7 +19,7 @@ using ZoomFn = void(RKPIX_CALL *)(const RkSurface *, const RkRect *, const RkSur
                                   const RkRect *);
 
 struct ZoomSetup {
-  std::vector<uint8_t> dst, src, copySrc;
+  rkb::Block dst, src, copySrc;
   RkSurface d{}, s{};
 };
 
@@ -31,11 +31,9 @@ rkb::Setup Zoom(ZoomFn fn, int bpp, bool up) {
     auto z = std::make_shared<ZoomSetup>();
     std::mt19937 rng(99);
     size_t dBytes = size_t(w) * h * bpp, sBytes = 4 * dBytes;
-    z->dst.resize(dBytes);
-    z->copySrc.resize(dBytes);
-    z->src.resize(sBytes);
-    for (auto &b : z->src) b = static_cast<uint8_t>(rng());
-    for (auto &b : z->copySrc) b = static_cast<uint8_t>(rng());
+    z->dst = rkb::Block(dBytes, rkb::kDstAt);
+    z->src = rkb::Block(sBytes, rkb::kSrcAt, &rng);
+    z->copySrc = rkb::Block(dBytes, rkb::kCopyAt, &rng);
     z->d = RkSurface{0, w, h, w * bpp, 0, z->dst.data()};
     z->s = RkSurface{0, 2 * w, 2 * h, 2 * w * bpp, 0, z->src.data()};
     RkRect dr{0, 0, w, h}, sr{0, 0, up ? w / 2 : 2 * w, up ? h / 2 : 2 * h};
