@@ -9,8 +9,8 @@
 //   Load, Store        unaligned, whole register
 //   Zero, Set16/32/64  constants, every lane the same
 //   And, Or, Or3, Xor, AndNot(a, b) = ~a & b
-//   Add16, Sub16, Sub8, AddsU16 (unsigned saturating), Mullo16, MulhiU16,
-//   MinS16, MinU16
+//   Add16, Sub16, Sub8, AddsU16 (unsigned saturating), Mullo16, MulhiU16, MulhiS16
+//   (the high halves of the products), MinS16, MinU16
 //   Srl16/Sll16/Sra16/Sll32/Srl32<N>   shifts by a constant
 //   Eq8, Eq16, Eq32, Gt16 (signed)     all-ones lanes where true
 //   Select(m, a, b)    m ? a : b, for masks of whole lanes
@@ -76,6 +76,7 @@ namespace reg {
   static T AddsU16(T a, T b) { return RK_MM(adds_epu16)(a, b); }                       \
   static T Mullo16(T a, T b) { return RK_MM(mullo_epi16)(a, b); }                      \
   static T MulhiU16(T a, T b) { return RK_MM(mulhi_epu16)(a, b); }                     \
+  static T MulhiS16(T a, T b) { return RK_MM(mulhi_epi16)(a, b); }                     \
   static T MinS16(T a, T b) { return RK_MM(min_epi16)(a, b); }                         \
   template <int N>                                                                     \
   static T Srl16(T a) {                                                                \
@@ -224,6 +225,7 @@ struct R512 {
   static T AddsU16(T a, T b) { return _mm512_adds_epu16(a, b); }
   static T Mullo16(T a, T b) { return _mm512_mullo_epi16(a, b); }
   static T MulhiU16(T a, T b) { return _mm512_mulhi_epu16(a, b); }
+  static T MulhiS16(T a, T b) { return _mm512_mulhi_epi16(a, b); }
   static T MinS16(T a, T b) { return _mm512_min_epi16(a, b); }
   static T MinU16(T a, T b) { return _mm512_min_epu16(a, b); }
   template <int N>

@@ -49,12 +49,42 @@ struct V : reg::R {
 
 using VT = V::T;
 
-// LaneBlend<F, B> on every 16-bit lane, with the weights in w.
+// LaneBlend<F, B> on every 16-bit lane, with the weights in w (0..31: the form below
+// needs them; LaneBlendWideV takes any).
+//
+// With such weights each field's result lies between its two inputs, so the fields'
+// moves floor((s - d) * w / 32), signed and in place, add to the whole destination
+// without a carry from one field into the next: three additions instead of three
+// additions, three masks and two ORs. Red takes the same product as LaneBlend, whose
+// bits above red's place are the same mod 2^16 (at 5-5-5 they include bit 15, which
+// the final mask clears). Green's difference in place, doubled, times the weight
+// << 10 has the exact product difference x weight as its high half, and its bits
+// from 5 up are the move; blue's product shifted down arithmetically is its move.
 template <class F, Blue B>
 inline VT LaneBlendV(VT s, VT d, VT w) {
   constexpr int kUp = F::kRShift - 5;
   constexpr auto kHigh = static_cast<uint16_t>(0xFFFFu << F::kRShift);
-  // Red's product shifted up, with the weight shifted up instead (the same mod 2^16).
+  const VT gm = V::Set16(F::kG), bm = V::Set16(F::kB);
+  const VT r = V::And(
+      V::Mullo16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), V::Sll16<kUp>(w)),
+      V::Set16(kHigh));
+  const VT g =
+      V::And(V::MulhiS16(V::Sll16<1>(V::Sub16(V::And(s, gm), V::And(d, gm))), V::Sll16<10>(w)),
+             V::Set16(0xFFE0));
+  const VT p = V::Mullo16(V::Sub16(V::And(s, bm), V::And(d, bm)), w);
+  VT o = V::Add16(V::Add16(d, r), V::Add16(g, V::Sra16<5>(p)));
+  if constexpr (kIs15<F>) o = V::And(o, V::Set16(0x7FFF));
+  if constexpr (B != Blue::kMasked) {
+    o = V::Or(o, V::And(V::Sra16<15>(p), V::Set16(B == Blue::kAdd16 ? 0x0800 : 0x0700)));
+  }
+  return o;
+}
+
+// LaneBlend<F, B> on every 16-bit lane, for any weights: each field on its own.
+template <class F, Blue B>
+inline VT LaneBlendWideV(VT s, VT d, VT w) {
+  constexpr int kUp = F::kRShift - 5;
+  constexpr auto kHigh = static_cast<uint16_t>(0xFFFFu << F::kRShift);
   VT r = V::Mullo16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), V::Sll16<kUp>(w));
   r = V::And(V::Add16(r, V::And(d, V::Set16(kHigh))), V::Set16(F::kR));
   const VT gm = V::Set16(F::kG), bm = V::Set16(F::kB);
@@ -83,25 +113,44 @@ inline VT HalfBlendV(VT s, VT d, VT w) { return HalfBlendV(s, d, w, w); }
 // Groups of four at 16/15 bits from column 0: each lane's weight is the uniform
 // one or its channel byte >> 3, 0 for a key pixel. A 5-5-5 group whose four source
 // pixels are all the key keeps its destination whole (bit 15 included); at 5-6-5
-// weight 0 already gives the destination back.
-template <class F, class Mode>
+// weight 0 already gives the destination back. A uniform weight of 32 or more (an
+// opacity above 255) takes the wide form.
+template <class F, class Mode, bool kWide = false>
 inline int32_t GroupsLanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
                            uint32_t b) {
   constexpr int32_t kN = V::kBytes / 2;
-  const VT uniform = V::Set16(static_cast<uint16_t>(a >> 3));
+  const auto weight = static_cast<uint16_t>(a >> 3);
+  if constexpr (!Mode::kChannel && !kWide) {
+    if (weight >= 32) return GroupsLanes<F, Mode, true>(d, s, c, n, a, b);
+  }
+  const VT uniform = V::Set16(weight);
   [[maybe_unused]] const VT key = V::Set16(static_cast<uint16_t>(b));
+#if !defined(__AVX2__)
   [[maybe_unused]] const VT ones = V::Eq32(key, key);
+#endif
   int32_t j = 0;
   for (; j + kN <= n; j += kN) {
     const VT sv = V::Load(s + 2 * j), dv = V::Load(d + 2 * j);
     VT w = uniform;
     if constexpr (Mode::kChannel) w = V::Srl16<3>(V::Chan16(c + j));
+#if defined(__AVX512BW__)
+    if constexpr (Mode::kKeyed) w = _mm512_maskz_mov_epi16(_mm512_cmpneq_epi16_mask(sv, key), w);
+#else
     [[maybe_unused]] const VT k = V::Eq16(sv, key);
     if constexpr (Mode::kKeyed) w = V::AndNot(k, w);
-    VT o = LaneBlendV<F, Shape16<F, Mode>::kGroupBlue>(sv, dv, w);
+#endif
+    constexpr Blue kBlue = Shape16<F, Mode>::kGroupBlue;
+    VT o = kWide ? LaneBlendWideV<F, kBlue>(sv, dv, w) : LaneBlendV<F, kBlue>(sv, dv, w);
     if constexpr (Mode::kKeyed && kIs15<F>) {
+      // The group is a 64-bit lane: the key four times there.
+#if defined(__AVX512BW__)
+      o = _mm512_mask_mov_epi64(o, _mm512_cmpeq_epi64_mask(sv, key), dv);
+#elif defined(__AVX2__)
+      o = V::Select(_mm256_cmpeq_epi64(sv, key), dv, o);
+#else
       const VT half = V::Eq32(k, ones), all = V::And(half, V::SwapPairs32(half));
       o = V::Or(V::And(all, dv), V::AndNot(all, o));
+#endif
     }
     V::Store(d + 2 * j, o);
   }
