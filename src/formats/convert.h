@@ -373,7 +373,7 @@ inline uintptr_t LoadPointer(const uint8_t *p) {
 // The whole call: count 0 returns at once; the B-plane pointer is fetched before
 // anything is written; the fast walk runs when the arrays do not overlap.
 template <class K>
-void RunConvert(KernelId id, ConvArgs a) {
+void RunConvert(KernelId id, ConvArgs &a) {
   if (a.count == 0) return;
   if constexpr (K::kDstBAt >= 0) {
     a.d[2] = reinterpret_cast<uint8_t *>(LoadPointer(a.d[1] + K::kDstBAt));

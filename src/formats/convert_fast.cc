@@ -12,46 +12,53 @@ RK_NS_BEGIN
 namespace conv {
 namespace {
 
-// Grey levels of 3-byte B,G,R pixels with AVX-512BW, to bytes (Trans) or 16-bit
-// elements (Light): GreyOfBytes, (77 R + 150 G + 29 B) >> 8, lane-parallel. Each
-// pixel is spread to the dword (B, G, R, G); vpmaddubsw weighs it by (29, 99, 77, 51)
-// into the words 29 B + 99 G and 77 R + 51 G (each at most 128 x 255, so nothing
-// saturates), and vpmaddwd adds the two into the exact sum.
+// Grey levels of 3-byte B,G,R or 4-byte B,G,R,x pixels with AVX-512BW, to bytes
+// (Trans) or 16-bit elements (Light): GreyOfBytes, (77 R + 150 G + 29 B) >> 8,
+// lane-parallel. Each pixel is spread to the dword (B, G, R, G); vpmaddubsw weighs it
+// by (29, 99, 77, 51) into the words 29 B + 99 G and 77 R + 51 G (each at most
+// 128 x 255, so nothing saturates), and vpmaddwd adds the two into the exact sum.
 inline __m512i GreyWeights() { return _mm512_set1_epi32(29 | 99 << 8 | 77 << 16 | 51 << 24); }
+template <int InBytes>
 inline __m512i SpreadBgrg() {
-  return LaneBytes({0, 1, 2, 1, 3, 4, 5, 4, 6, 7, 8, 7, 9, 10, 11, 10});
+  if constexpr (InBytes == 3) return LaneBytes({0, 1, 2, 1, 3, 4, 5, 4, 6, 7, 8, 7, 9, 10, 11, 10});
+  return LaneBytes({0, 1, 2, 1, 4, 5, 6, 5, 8, 9, 10, 9, 12, 13, 14, 13});
 }
-// The sums of 16 pixels whose 48 bytes are spread over 128-bit lanes, 12 a lane.
-inline __m512i GreySums(__m512i twelve_a_lane, __m512i spread, __m512i weights) {
-  __m512i bgrg = _mm512_shuffle_epi8(twelve_a_lane, spread);
+// The sums of 16 pixels, four to each 128-bit lane (3-byte ones in its first 12 bytes).
+inline __m512i GreySums(__m512i four_a_lane, __m512i spread, __m512i weights) {
+  __m512i bgrg = _mm512_shuffle_epi8(four_a_lane, spread);
   return _mm512_madd_epi16(_mm512_maddubs_epi16(bgrg, weights), _mm512_set1_epi16(1));
 }
 
-template <int OutBytes>
-void Grey24Walk(const ConvArgs &args) {
+// 64 pixels a step from whole loads, the rest 16 a step with loads and stores masked
+// to the arrays, so that a short row costs no element-wise tail.
+template <int InBytes, int OutBytes>
+void Grey512Walk(const ConvArgs &args) {
   const uint8_t *in = args.s[0];
   uint8_t *out = args.d[0];
   const size_t n = args.count;
-  const __m512i spread = SpreadBgrg(), weights = GreyWeights();
-  // Dwords 3k..3k+2 of the 48 source bytes of 16 pixels go to lane k.
+  const __m512i spread = SpreadBgrg<InBytes>(), weights = GreyWeights();
+  // At 3 bytes, dwords 3k..3k+2 of the 48 source bytes of 16 pixels go to lane k.
   const __m512i one = _mm512_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0);
   const __m512i lo = _mm512_setr_epi32(12, 13, 14, 0, 15, 16, 17, 0, 18, 19, 20, 0, 21, 22, 23, 0);
   const __m512i hi = _mm512_setr_epi32(8, 9, 10, 0, 11, 12, 13, 0, 14, 15, 16, 0, 17, 18, 19, 0);
   const __m512i top = _mm512_setr_epi32(4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0, 13, 14, 15, 0);
   size_t i = 0;
-  // 64 pixels from three whole 64-byte loads.
   for (; i + 64 <= n; i += 64) {
-    const uint8_t *p = in + 3 * i;
-    __m512i a = _mm512_loadu_si512(p), b = _mm512_loadu_si512(p + 64),
-            c = _mm512_loadu_si512(p + 128);
-    __m512i s0 = GreySums(_mm512_permutexvar_epi32(one, a), spread, weights);
-    __m512i s1 = GreySums(_mm512_permutex2var_epi32(a, lo, b), spread, weights);
-    __m512i s2 = GreySums(_mm512_permutex2var_epi32(b, hi, c), spread, weights);
-    __m512i s3 = GreySums(_mm512_permutexvar_epi32(top, c), spread, weights);
+    const uint8_t *p = in + InBytes * i;
+    __m512i q[4];
+    for (int k = 0; k < InBytes; ++k) q[k] = _mm512_loadu_si512(p + 64 * k);
+    if constexpr (InBytes == 3) {
+      q[3] = _mm512_permutexvar_epi32(top, q[2]);
+      q[2] = _mm512_permutex2var_epi32(q[1], hi, q[2]);
+      q[1] = _mm512_permutex2var_epi32(q[0], lo, q[1]);
+      q[0] = _mm512_permutexvar_epi32(one, q[0]);
+    }
+    __m512i s[4];
+    for (int k = 0; k < 4; ++k) s[k] = GreySums(q[k], spread, weights);
     // The sums are at most 65280: packed to words without saturating, then >> 8.
     // Lane k of a pack holds pixels 4k.. of each operand in turn.
-    __m512i w01 = _mm512_srli_epi16(_mm512_packus_epi32(s0, s1), 8);
-    __m512i w23 = _mm512_srli_epi16(_mm512_packus_epi32(s2, s3), 8);
+    __m512i w01 = _mm512_srli_epi16(_mm512_packus_epi32(s[0], s[1]), 8);
+    __m512i w23 = _mm512_srli_epi16(_mm512_packus_epi32(s[2], s[3]), 8);
     if constexpr (OutBytes == 1) {
       const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
       __m512i bytes = _mm512_permutexvar_epi32(order, _mm512_packus_epi16(w01, w23));
@@ -62,14 +69,13 @@ void Grey24Walk(const ConvArgs &args) {
       _mm512_storeu_si512(out + 2 * i + 64, _mm512_permutexvar_epi64(order, w23));
     }
   }
-  // The rest 16 pixels a step, loads and stores masked to the array.
   for (; i < n; i += 16) {
     const size_t m = std::min<size_t>(16, n - i);
-    const __mmask64 bytes = _bzhi_u64(~uint64_t{0}, static_cast<unsigned>(3 * m));
+    const __mmask64 bytes = _bzhi_u64(~uint64_t{0}, static_cast<unsigned>(InBytes * m));
     const __mmask16 pixels = static_cast<__mmask16>(_bzhi_u32(~0u, static_cast<unsigned>(m)));
-    __m512i raw = _mm512_maskz_loadu_epi8(bytes, in + 3 * i);
-    __m512i level =
-        _mm512_srli_epi32(GreySums(_mm512_permutexvar_epi32(one, raw), spread, weights), 8);
+    __m512i raw = _mm512_maskz_loadu_epi8(bytes, in + InBytes * i);
+    if constexpr (InBytes == 3) raw = _mm512_permutexvar_epi32(one, raw);
+    __m512i level = _mm512_srli_epi32(GreySums(raw, spread, weights), 8);
     if constexpr (OutBytes == 1) {
       _mm512_mask_cvtepi32_storeu_epi8(out + i, pixels, level);
     } else {
@@ -233,8 +239,10 @@ RK_FAST_FAMILY(convert) {
         &conv::LanesWalk<conv::GreyLanes<conv::Color15ToTrans, true>>);
 #endif
 #if RK_TRIPLE_MOVES_512
-  t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey24Walk<1>);
-  t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey24Walk<2>);
+  t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey512Walk<3, 1>);
+  t.Set(KernelId::RkBitConvertColor24ToLight, &conv::Grey512Walk<3, 2>);
+  t.Set(KernelId::RkBitConvertColor32ToTrans, &conv::Grey512Walk<4, 1>);
+  t.Set(KernelId::RkBitConvertColor32ToLight, &conv::Grey512Walk<4, 2>);
 #elif RK_TRIPLE_MOVES
   t.Set(KernelId::RkBitConvertRGBLight16ToColor32,
         &conv::PlanesWalk<conv::HighPlanes<conv::RGBLight16ToColor32, conv::HighBytes16>>);
