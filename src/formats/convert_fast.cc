@@ -223,6 +223,36 @@ void GreyWalk(const ConvArgs &args) {
 RK_NS_END
 #endif
 
+#if RK_TRIPLE_MOVES && defined(__AVX2__)
+RK_NS_BEGIN
+namespace conv {
+namespace {
+
+// Color24 to Color32 (the fourth byte 0) and back, whole registers straight between
+// the rows; the rest through the member's walk.
+template <class K>
+void TripleQuadWalk(const ConvArgs &a) {
+  using R = reg::R;
+  constexpr size_t kN = R::kBytes / 4;
+  constexpr bool kToQuad = K::kSrc[0].bytes == 3;
+  constexpr size_t kIn = kToQuad ? 3 : 4, kOut = kToQuad ? 4 : 3;
+  const size_t n = a.count;
+  size_t i = 0;
+  for (; i + kN <= n; i += kN) {
+    if constexpr (kToQuad) {
+      R::Store(a.d[0] + 4 * i, R::Spread24(a.s[0] + 3 * i));
+    } else {
+      R::Join24(a.d[0] + 3 * i, R::Load(a.s[0] + 4 * i));
+    }
+  }
+  FastLoop<K>(n - i, a.d[0] + kOut * i, nullptr, nullptr, a.s[0] + kIn * i, nullptr, nullptr);
+}
+
+}  // namespace
+}  // namespace conv
+RK_NS_END
+#endif
+
 RK_FAST_FAMILY(convert) {
   RK_CONVERT_ALL(RK_CONVERT_FAST)
 #if RK_TRIPLE_MOVES
@@ -237,6 +267,10 @@ RK_FAST_FAMILY(convert) {
         &conv::LanesWalk<conv::GreyLanes<conv::Color16ToLight, false>>);
   t.Set(KernelId::RkBitConvertColor15ToTrans,
         &conv::LanesWalk<conv::GreyLanes<conv::Color15ToTrans, true>>);
+#endif
+#if RK_TRIPLE_MOVES && defined(__AVX2__)
+  t.Set(KernelId::RkBitConvertColor24ToColor32, &conv::TripleQuadWalk<conv::Color24ToColor32>);
+  t.Set(KernelId::RkBitConvertColor32ToColor24, &conv::TripleQuadWalk<conv::Color32ToColor24>);
 #endif
 #if RK_TRIPLE_MOVES_512
   t.Set(KernelId::RkBitConvertColor24ToTrans, &conv::Grey512Walk<3, 1>);
