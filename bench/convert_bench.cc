@@ -1,5 +1,7 @@
 // Row conversions: a whole picture (640x480, 1920x1080 pixels) converted in one run,
-// against a memcpy of the larger side (an RGBLight side counts its three planes).
+// against a memcpy of the larger side (an RGBLight side counts its three planes). The
+// `_Rows` variants convert it one row a call, as callers do, against a memcpy of the
+// larger side's rows one by one.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -21,6 +23,7 @@ struct ConvBench {
   Shape shape;
   int dstStride, srcStride;      // bytes an element of each array (plane) takes
   int dstBAt = -1, srcBAt = -1;  // where the B-plane pointer sits in the G array
+  bool rows = false;             // one call a row (single arrays only)
 };
 
 constexpr size_t kMargin = 64;  // room for the one-off stores and the source byte past the end
@@ -58,10 +61,20 @@ rkb::Setup MakeSetup(ConvBench b) {
     const uint32_t count = static_cast<uint32_t>(n);
     switch (b.shape) {
       case Shape::k11:
-        t.kernel = [=] {
-          reinterpret_cast<void(RKPIX_CALL *)(void *, const void *, uint32_t)>(b.fn)(
-              mp->D(0), mp->S(0), count);
-        };
+        if (b.rows) {
+          t.kernel = [=] {
+            auto fn = reinterpret_cast<void(RKPIX_CALL *)(void *, const void *, uint32_t)>(b.fn);
+            for (int32_t y = 0; y < h; ++y) {
+              const size_t at = size_t(y) * w;
+              fn(mp->D(0) + at * b.dstStride, mp->S(0) + at * b.srcStride, uint32_t(w));
+            }
+          };
+        } else {
+          t.kernel = [=] {
+            reinterpret_cast<void(RKPIX_CALL *)(void *, const void *, uint32_t)>(b.fn)(
+                mp->D(0), mp->S(0), count);
+          };
+        }
         break;
       case Shape::k31:
         t.kernel = [=] {
@@ -86,10 +99,20 @@ rkb::Setup MakeSetup(ConvBench b) {
         };
         break;
     }
-    t.baseline = [mp, larger] {
-      std::memcpy(mp->copyTo.data(), mp->copyFrom.data(), larger);
-      benchmark::ClobberMemory();
-    };
+    if (b.rows) {
+      t.baseline = [mp, larger, h] {
+        const size_t row = larger / size_t(h);
+        for (int32_t y = 0; y < h; ++y) {
+          std::memcpy(mp->copyTo.data() + y * row, mp->copyFrom.data() + y * row, row);
+        }
+        benchmark::ClobberMemory();
+      };
+    } else {
+      t.baseline = [mp, larger] {
+        std::memcpy(mp->copyTo.data(), mp->copyFrom.data(), larger);
+        benchmark::ClobberMemory();
+      };
+    }
     t.pixels = double(n);
     t.keep = m;
     return t;
@@ -158,3 +181,16 @@ RKB_CONVERT(RGBLight32ToTrans, Shape::k13, 1, 2);
 RKB_CONVERT(RGBLight32ToLight, Shape::k13, 2, 2);
 RKB_CONVERT(RGBLight16ToRGBLight32, Shape::k33, 2, 2);
 RKB_CONVERT(RGBLight32ToRGBLight16, Shape::k33, 2, 2);
+
+// The members of the side-by-side comparison, one row a call.
+#define RKB_CONVERT_ROWS(name, dstStride, srcStride)                                            \
+  RKB_CUSTOM(RkBitConvert##name##_Rows,                                                         \
+             MakeSetup(ConvBench{reinterpret_cast<void (*)()>(&RkBitConvert##name), Shape::k11, \
+                                 dstStride, srcStride, -1, -1, true}))
+RKB_CONVERT_ROWS(Color16ToColor32, 4, 2);
+RKB_CONVERT_ROWS(Color15ToColor32, 4, 2);
+RKB_CONVERT_ROWS(Color24ToColor32, 4, 3);
+RKB_CONVERT_ROWS(Color32ToColor16, 2, 4);
+RKB_CONVERT_ROWS(Color32ToColor15, 2, 4);
+RKB_CONVERT_ROWS(Color32ToColor24, 3, 4);
+RKB_CONVERT_ROWS(Color32ToTrans, 1, 4);
