@@ -235,7 +235,7 @@ void TripleQuadWalk(const ConvArgs &a) {
   using R = reg::R;
   constexpr size_t kN = R::kBytes / 4;
   constexpr bool kToQuad = K::kSrc[0].bytes == 3;
-  constexpr size_t kIn = kToQuad ? 3 : 4, kOut = kToQuad ? 4 : 3;
+  constexpr size_t kIn = K::kSrc[0].stride, kOut = K::kDst[0].stride;
   const size_t n = a.count;
   size_t i = 0;
   // (Spread24 reads R::kOver24 bytes past its pixels: none at these widths.)

@@ -50,7 +50,7 @@ struct V : reg::R {
 using VT = V::T;
 
 // LaneBlend<F, B> on every 16-bit lane, with the weights in w (0..31: the form below
-// needs them; LaneBlendWideV takes any).
+// needs them).
 //
 // With such weights each field's result lies between its two inputs, so the fields'
 // moves floor((s - d) * w / 32), signed and in place, add to the whole destination
@@ -80,25 +80,6 @@ inline VT LaneBlendV(VT s, VT d, VT w) {
   return o;
 }
 
-// LaneBlend<F, B> on every 16-bit lane, for any weights: each field on its own.
-template <class F, Blue B>
-inline VT LaneBlendWideV(VT s, VT d, VT w) {
-  constexpr int kUp = F::kRShift - 5;
-  constexpr auto kHigh = static_cast<uint16_t>(0xFFFFu << F::kRShift);
-  VT r = V::Mullo16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), V::Sll16<kUp>(w));
-  r = V::And(V::Add16(r, V::And(d, V::Set16(kHigh))), V::Set16(F::kR));
-  const VT gm = V::Set16(F::kG), bm = V::Set16(F::kB);
-  const VT dg = V::And(d, gm), db = V::And(d, bm);
-  VT g = V::Mullo16(V::Sub16(V::And(s, gm), dg), w);
-  g = V::And(V::Add16(V::Srl16<5>(g), dg), gm);
-  const VT p = V::Mullo16(V::Sub16(V::And(s, bm), db), w);
-  VT b = V::And(V::Add16(V::Srl16<5>(p), db), bm);
-  if constexpr (B != Blue::kMasked) {
-    b = V::Or(b, V::And(V::Sra16<15>(p), V::Set16(B == Blue::kAdd16 ? 0x0800 : 0x0700)));
-  }
-  return V::Or(V::Or(r, g), b);
-}
-
 // HalfBlend on every 16-bit lane: ByteBlend on its low byte with the weight in
 // we, on its high byte with the one in wo.
 inline VT HalfBlendV(VT s, VT d, VT we, VT wo) {
@@ -114,15 +95,13 @@ inline VT HalfBlendV(VT s, VT d, VT w) { return HalfBlendV(s, d, w, w); }
 // one or its channel byte >> 3, 0 for a key pixel. A 5-5-5 group whose four source
 // pixels are all the key keeps its destination whole (bit 15 included); at 5-6-5
 // weight 0 already gives the destination back. A uniform weight of 32 or more (an
-// opacity above 255) takes the wide form.
-template <class F, class Mode, bool kWide = false>
+// opacity above 255) is left to the caller's plain loop.
+template <class F, class Mode>
 inline int32_t GroupsLanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
                            uint32_t b) {
   constexpr int32_t kN = V::kBytes / 2;
   const auto weight = static_cast<uint16_t>(a >> 3);
-  if constexpr (!Mode::kChannel && !kWide) {
-    if (weight >= 32) return GroupsLanes<F, Mode, true>(d, s, c, n, a, b);
-  }
+  if (!Mode::kChannel && weight >= 32) return 0;
   const VT uniform = V::Set16(weight);
   [[maybe_unused]] const VT key = V::Set16(static_cast<uint16_t>(b));
 #if !defined(__AVX2__)
@@ -139,8 +118,7 @@ inline int32_t GroupsLanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32
     [[maybe_unused]] const VT k = V::Eq16(sv, key);
     if constexpr (Mode::kKeyed) w = V::AndNot(k, w);
 #endif
-    constexpr Blue kBlue = Shape16<F, Mode>::kGroupBlue;
-    VT o = kWide ? LaneBlendWideV<F, kBlue>(sv, dv, w) : LaneBlendV<F, kBlue>(sv, dv, w);
+    VT o = LaneBlendV<F, Shape16<F, Mode>::kGroupBlue>(sv, dv, w);
     if constexpr (Mode::kKeyed && kIs15<F>) {
       // The group is a 64-bit lane: the key four times there.
 #if defined(__AVX512BW__)
