@@ -57,28 +57,68 @@ using VT = V::T;
 // without a carry from one field into the next: three additions instead of three
 // additions, three masks and two ORs. Red takes the same product as LaneBlend, whose
 // bits above red's place are the same mod 2^16 (at 5-5-5 they include bit 15, which
-// the final mask clears). Green's difference in place, doubled, times the weight
-// << 10 has the exact product difference x weight as its high half, and its bits
-// from 5 up are the move; blue's product shifted down arithmetically is its move.
+// the final mask clears). Green's difference in place (the difference x 32) times
+// the weight << 6 has floor(difference x weight / 32) as its high half: shifted up
+// by 5 that is green's move. Blue's product shifted down arithmetically is its move.
+template <class F>
+inline VT RedMove(VT s, VT d, VT wUp) {  // wUp: the weight << (F::kRShift - 5)
+  const VT diff = V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d));
+  return V::And(V::Mullo16(diff, wUp), V::Set16(static_cast<uint16_t>(0xFFFFu << F::kRShift)));
+}
+template <class F>
+inline VT GreenMove(VT s, VT d, VT w6) {  // w6: the weight << 6
+  const VT gm = V::Set16(F::kG);
+  return V::Sll16<5>(V::MulhiS16(V::Sub16(V::And(s, gm), V::And(d, gm)), w6));
+}
+template <class F>
+inline VT BlueDiff(VT s, VT d) {
+  const VT bm = V::Set16(F::kB);
+  return V::Sub16(V::And(s, bm), V::And(d, bm));
+}
+
 template <class F, Blue B>
 inline VT LaneBlendV(VT s, VT d, VT w) {
-  constexpr int kUp = F::kRShift - 5;
-  constexpr auto kHigh = static_cast<uint16_t>(0xFFFFu << F::kRShift);
-  const VT gm = V::Set16(F::kG), bm = V::Set16(F::kB);
-  const VT r = V::And(
-      V::Mullo16(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)), V::Sll16<kUp>(w)),
-      V::Set16(kHigh));
-  const VT g =
-      V::And(V::MulhiS16(V::Sll16<1>(V::Sub16(V::And(s, gm), V::And(d, gm))), V::Sll16<10>(w)),
-             V::Set16(0xFFE0));
-  const VT p = V::Mullo16(V::Sub16(V::And(s, bm), V::And(d, bm)), w);
-  VT o = V::Add16(V::Add16(d, r), V::Add16(g, V::Sra16<5>(p)));
+  const VT w6 = V::Sll16<6>(w);
+  const VT r = RedMove<F>(s, d, kIs15<F> ? V::Sll16<5>(w) : w6);
+  const VT p = V::Mullo16(BlueDiff<F>(s, d), w);
+  VT o = V::Add16(V::Add16(d, r), V::Add16(GreenMove<F>(s, d, w6), V::Sra16<5>(p)));
   if constexpr (kIs15<F>) o = V::And(o, V::Set16(0x7FFF));
   if constexpr (B != Blue::kMasked) {
     o = V::Or(o, V::And(V::Sra16<15>(p), V::Set16(B == Blue::kAdd16 ? 0x0800 : 0x0700)));
   }
   return o;
 }
+
+#if defined(__AVX512BW__)
+// With one weight for the whole row, a 5-bit field's move is a function of the
+// fields' difference, -31..31, whose low six bits tell them apart: a table of the 64
+// moves in two registers, looked up with one word permute (which reads those six
+// bits alone). Blue's moves come from the table and, at 5-6-5 (where the shift
+// leaves red alone), red's too, shifted up to its place; green and 5-5-5 red, whose
+// differences span more values, keep LaneBlendV's products.
+struct Moves {
+  VT lo, hi;  // differences 0..31, then -32..-1
+  Moves(VT w, int up) {
+    const VT i = _mm512_set_epi16(31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16,
+                                  15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+    const __m128i by = _mm_cvtsi32_si128(up);
+    lo = _mm512_sll_epi16(V::Sra16<5>(V::Mullo16(i, w)), by);
+    hi = _mm512_sll_epi16(V::Sra16<5>(V::Mullo16(V::Sub16(i, V::Set16(32)), w)), by);
+  }
+  VT At(VT diff) const { return _mm512_permutex2var_epi16(lo, diff, hi); }
+};
+
+// LaneBlendV<F, Blue::kMasked> with the row's one weight w: w6 is w << 6, blue and
+// red its moves.
+template <class F>
+inline VT LaneBlendU(VT s, VT d, VT w6, const Moves &blue, const Moves &red) {
+  const VT r = kIs15<F> ? RedMove<F>(s, d, V::Srl16<1>(w6))
+                        : red.At(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)));
+  VT o = V::Add16(V::Add16(d, r), V::Add16(GreenMove<F>(s, d, w6), blue.At(BlueDiff<F>(s, d))));
+  if constexpr (kIs15<F>) o = V::And(o, V::Set16(0x7FFF));
+  return o;
+}
+#endif
 
 // HalfBlend on every 16-bit lane: ByteBlend on its low byte with the weight in
 // we, on its high byte with the one in wo.
@@ -108,6 +148,25 @@ inline int32_t GroupsLanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32
   [[maybe_unused]] const VT ones = V::Eq32(key, key);
 #endif
   int32_t j = 0;
+#if defined(__AVX512BW__)
+  if constexpr (!Mode::kChannel) {
+    const Moves blue(uniform, 0), red(uniform, F::kRShift);
+    const VT w6 = V::Sll16<6>(uniform);
+    for (; j + kN <= n; j += kN) {
+      const VT sv = V::Load(s + 2 * j), dv = V::Load(d + 2 * j);
+      VT o = LaneBlendU<F>(sv, dv, w6, blue, red);
+      if constexpr (Mode::kKeyed) {
+        // A key pixel takes weight 0: its destination, at 5-5-5 with bit 15 cleared
+        // unless the whole group (a 64-bit lane) is the key.
+        const VT kept = kIs15<F> ? V::And(dv, V::Set16(0x7FFF)) : dv;
+        o = _mm512_mask_mov_epi16(o, _mm512_cmpeq_epi16_mask(sv, key), kept);
+        if constexpr (kIs15<F>) o = _mm512_mask_mov_epi64(o, _mm512_cmpeq_epi64_mask(sv, key), dv);
+      }
+      V::Store(d + 2 * j, o);
+    }
+    return j;
+  }
+#endif
   for (; j + kN <= n; j += kN) {
     const VT sv = V::Load(s + 2 * j), dv = V::Load(d + 2 * j);
     VT w = uniform;

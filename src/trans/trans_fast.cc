@@ -46,12 +46,7 @@ template <int Bpp, class Mode>
 template <class F, class Mode>
 void Groups16(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
 #if RK_TRANS_LANES
-  // At AVX-512 the compiler's own loop below is faster, but for the keyed 5-5-5
-  // groups, whose plain loop goes through a scratch block.
-#if defined(__AVX512BW__)
-  if constexpr (Mode::kKeyed && kIs15<F>)
-#endif
-    Past<2, Mode>(GroupsLanes<F, Mode>(d, s, c, n, a, b), d, s, c, n);
+  Past<2, Mode>(GroupsLanes<F, Mode>(d, s, c, n, a, b), d, s, c, n);
 #endif
   constexpr Blue kBlue = Shape16<F, Mode>::kGroupBlue;
   const uint16_t uniform = static_cast<uint16_t>(a >> 3), key = static_cast<uint16_t>(b);
