@@ -106,12 +106,21 @@ std::string RunBlitCase(const BlitEntry &e, Rng &rng) {
   bool big = rng.Chance(0.2);
   int32_t maxW = big ? 150 : 24, maxH = big ? 12 : 6;
   SurfaceShape ds = RandomShape(rng, sh.bpp, maxW, maxH);
-  int layout = static_cast<int>(rng.Range(0, 19));
+  // Now and then separate surfaces of tight rows, the same size, drawn whole: the
+  // layout where the row walk may join a member's rows into one long row.
+  const bool joined = rng.Chance(0.08);
+  if (joined) {
+    ds.width = static_cast<int32_t>(rng.Range(1, maxW));
+    ds.height = static_cast<int32_t>(rng.Range(2, maxH + 2));
+    ds.pitch = ds.width * sh.bpp;
+  }
+  int layout = joined ? 0 : static_cast<int>(rng.Range(0, 19));
   int dbuf = -1;
   if (layout < 11) {
-    c.layout = "separate";
+    c.layout = joined ? "joined rows" : "separate";
     c.dst = NewSurface(w, rng, ds, sh.bpp, true, &dbuf);
-    c.src = NewSurface(w, rng, RandomShape(rng, sh.bpp, maxW, maxH), sh.bpp, sh.writesSrc);
+    c.src = NewSurface(w, rng, joined ? ds : RandomShape(rng, sh.bpp, maxW, maxH), sh.bpp,
+                       sh.writesSrc);
   } else if (layout < 16) {
     c.layout = "same surface";
     c.dst = NewSurface(w, rng, ds, sh.bpp, true, &dbuf);
@@ -148,11 +157,17 @@ std::string RunBlitCase(const BlitEntry &e, Rng &rng) {
     neg = -65536 - static_cast<int32_t>(rng.Range(0, 3));
     c.width = INT_MAX;
   }
+  if (joined) {
+    c.dstX = c.dstY = c.srcX = c.srcY = 0;
+    c.width = ds.width + static_cast<int32_t>(rng.Chance(0.2) ? rng.Range(1, 3) : 0);
+    c.height = ds.height;
+  }
   c.a = Param(rng);
   if (Keyed(sh.args)) c.b = PlantKey(rng, c.src, sh.bpp);
   if (sh.args == Args::kChannel || sh.args == Args::kChannelKey) {
     SurfaceShape cs = RandomShape(rng, sh.chanElem, maxW + 4, maxH + 3);
-    if (rng.Chance(0.1) && dbuf >= 0) {  // the plane shares the destination's memory
+    if (joined) cs = {ds.width, ds.height, ds.width * sh.chanElem};
+    if (!joined && rng.Chance(0.1) && dbuf >= 0) {  // the plane shares the destination's memory
       auto [lo, hi] = Owned(cs, sh.chanElem);
       int64_t size = static_cast<int64_t>(w.bufs[static_cast<size_t>(dbuf)].bytes.size());
       if (hi - lo <= size) {
@@ -164,8 +179,8 @@ std::string RunBlitCase(const BlitEntry &e, Rng &rng) {
     } else {
       c.chan = NewSurface(w, rng, cs, sh.chanElem, false);
     }
-    c.chX = Coord(rng, -3, 4);
-    c.chY = Coord(rng, -2, 3);
+    c.chX = joined ? 0 : Coord(rng, -3, 4);
+    c.chY = joined ? 0 : Coord(rng, -2, 3);
   }
   BlitCall call{&c.dst,   c.dstX,  c.dstY, &c.src, c.srcX, c.srcY, c.width,
                 c.height, &c.chan, c.chX,  c.chY,  c.a,    c.b};

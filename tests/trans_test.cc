@@ -196,4 +196,43 @@ RKT_DIFF(WideMaskTransWithChannel24, (WideRows24<Shape24::kChannelKey, false>), 
 RKT_DIFF(WideInPlaceMaskTrans24, (WideRows24<Shape24::kKey, true>), 15);
 RKT_DIFF(WideInPlaceMaskTransWithChannel24, (WideRows24<Shape24::kChannelKey, true>), 15);
 
+// Frames of tight rows drawn whole, over enough bytes that the row walk hands them
+// to the fast kernel joined, in several pieces; widths of every remainder mod 4, so
+// that some join and some do not. Every level against the reference walk.
+template <auto Fn, int Bpp, rkt::Args kArgs>
+std::string JoinedFrames(rkt::Rng &rng) {
+  if (!rkt::World::LargeSurfaces()) return {};
+  rkt::World w;
+  auto width = static_cast<int32_t>(rng.Range(700, 1500));
+  const int64_t minRows = 300'000 / (int64_t{width} * Bpp);
+  auto rows = static_cast<int32_t>(rng.Range(minRows, minRows + 40));
+  RkSurface src = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
+  RkSurface dst = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
+  RkSurface chan = rkt::NewSurface(w, rng, {width, rows, width}, 1, false);
+  const rkt::BlitCall call{&dst,
+                           0,
+                           0,
+                           &src,
+                           0,
+                           0,
+                           width,
+                           rows,
+                           &chan,
+                           0,
+                           0,
+                           static_cast<uint32_t>(rng.Range(0, 256)),
+                           rkt::PlantKey(rng, src, Bpp)};
+  return rkt::CompareLevels(
+      w, [&] { rkt::CallBlit(reinterpret_cast<rkt::AnyExport>(Fn), kArgs, call); });
+}
+#define JOINED_FRAMES(fn, args)                                 \
+  RKT_DIFF(Joined##fn##16, (JoinedFrames<fn##16, 2, args>), 4); \
+  RKT_DIFF(Joined##fn##15, (JoinedFrames<fn##15, 2, args>), 4); \
+  RKT_DIFF(Joined##fn##24, (JoinedFrames<fn##24, 3, args>), 4); \
+  RKT_DIFF(Joined##fn##32, (JoinedFrames<fn##32, 4, args>), 4)
+JOINED_FRAMES(RkTrans, rkt::Args::kA);
+JOINED_FRAMES(RkMaskTrans, rkt::Args::kAKey);
+JOINED_FRAMES(RkTransWithChannel, rkt::Args::kChannel);
+JOINED_FRAMES(RkMaskTransWithChannel, rkt::Args::kChannelKey);
+
 }  // namespace

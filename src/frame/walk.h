@@ -13,6 +13,8 @@
 //   kWritesSrc   the kernel writes into its source surface;
 //   kJoinRows    the fast kernel's bytes do not depend on where a row starts or ends,
 //                so rows that follow each other in memory may go to it as one long row;
+//   kJoinWidth   ... provided the width is a multiple of this (the units from each
+//                row's start then line up with those of the long row);
 //   Skip(a)      the call returns before clipping (a zero weight);
 //   DstBytes(w, h), SrcBytes(w, h), ChanBytes(w, h)
 //                the bytes any row of a w x h rectangle may touch, relative to the
@@ -79,6 +81,7 @@ struct BlitKernel {
   static constexpr bool kPointwise = false;
   static constexpr bool kWritesSrc = false;
   static constexpr bool kJoinRows = false;
+  static constexpr int32_t kJoinWidth = 1;
   static bool Skip(uint32_t) { return false; }
   static bool FastOk(uint32_t, uint32_t) { return true; }
   static Extent DstBytes(int32_t w, int32_t) { return {0, int64_t{w} * Bpp}; }
@@ -206,14 +209,16 @@ void RunBlit(const BlitCall &call) {
   };
   ByteRange noChan{};
   bool allApart = apart(dp.AbsAll(h), sp.AbsAll(h), cp.surf ? cp.AbsAll(h) : noChan);
-  if constexpr (K::kJoinRows && K::kChanElem == 0) {
-    // A rectangle as wide as both surfaces' rows is one stretch of memory in each: it
+  if constexpr (K::kJoinRows) {
+    // A rectangle as wide as its surfaces' rows is one stretch of memory in each: it
     // goes to the fast kernel in pieces of whole rows near kJoinBytes, few enough calls
     // to cost nothing and short enough to stay in the cache as row-sized ones do.
     constexpr int64_t kJoinBytes = 256 * 1024;
     const int64_t rowBytes = int64_t{r.width} * K::kBpp;
-    if (inside && allApart && h > 1 && call.dst->pitch == rowBytes && call.src->pitch == rowBytes &&
-        rowBytes < kJoinBytes) {
+    const int64_t chanBytes = int64_t{r.width} * K::kChanElem;
+    if (inside && allApart && h > 1 && r.width % K::kJoinWidth == 0 &&
+        call.dst->pitch == rowBytes && call.src->pitch == rowBytes &&
+        (!cp.surf || call.channel->pitch == chanBytes) && rowBytes < kJoinBytes) {
       const int32_t rows = static_cast<int32_t>(kJoinBytes / rowBytes);
       for (int32_t left = h; left > 0; left -= std::min(rows, left)) {
         const int32_t n = std::min(rows, left);
@@ -221,6 +226,7 @@ void RunBlit(const BlitCall &call) {
         fast(row);
         row.d = AddrAdd(row.d, rowBytes * n);
         row.s = AddrAdd(row.s, rowBytes * n);
+        if (cp.surf) row.c = AddrAdd(row.c, chanBytes * n);
       }
       return;
     }
