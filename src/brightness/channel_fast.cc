@@ -696,15 +696,32 @@ void FastMaskLightChan32(const RowArgs &r) {
                         });
 }
 
-// The misplaced pixel of one-key pair q, each byte written unless it lands on a drawn
-// pair (which the walk from the right would draw over it later).
+// The misplaced pixel of pair q, which has one key pixel: the other pixel's result,
+// its bytes reversed, at byte 4q - 2 + 3i of the row (i: the drawn pixel's place in the
+// pair). Each byte is written unless it lands on a drawn pair, which the walk from the
+// right would draw over it later; the three bytes land on one or two pairs.
 template <class X>
 void PutMisplaced24(const X &x, const RowArgs &r, int64_t q) {
-  PlacedPixel m = MaskDarkleChan24Alone(ReadKeyedPair<3>(x, 2 * q, r.b), q + 1);
-  for (int j = 0; j < 3; ++j) {
-    int64_t at = m.off + j;
-    if (at < 0 || !ReadKeyedPair<3>(x, 2 * (at / 6), r.b).Both()) {
-      *At(r.d, at) = static_cast<uint8_t>(m.v >> (8 * j));
+  const int64_t col = 2 * q;
+  const uint32_t left = x.Src(col), right = x.Src(col + 1);
+  const int i = IsKey<3>(left, r.b) ? 1 : 0;
+  const uint32_t v = Reverse3(DarkleChan3(i ? right : left, x.Chan(col + i)));
+  const int64_t off = 4 * q - 2 + 3 * i;
+  if (off < 0) {  // the first pair's left pixel: two bytes before the row
+    x.PutAt(off, v);
+    return;
+  }
+  auto drawn = [&](int64_t pair) {
+    return !IsKey<3>(x.Src(2 * pair), r.b) && !IsKey<3>(x.Src(2 * pair + 1), r.b);
+  };
+  const int64_t first = off / 6, last = (off + 2) / 6;
+  const bool drawnFirst = drawn(first), drawnLast = last == first ? drawnFirst : drawn(last);
+  if (!drawnFirst && !drawnLast) {
+    x.PutAt(off, v);
+  } else if (drawnFirst != drawnLast) {
+    for (int j = 0; j < 3; ++j) {
+      if (!((off + j) / 6 == first ? drawnFirst : drawnLast))
+        *At(r.d, off + j) = static_cast<uint8_t>(v >> (8 * j));
     }
   }
 }
