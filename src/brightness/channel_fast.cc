@@ -429,17 +429,15 @@ struct Step24 {
 };
 template <int CE, bool kKeyed, class Fn>
 int64_t Steps24(const uint8_t *s, const uint8_t *c, int64_t count, uint32_t key, Fn fn) {
-  [[maybe_unused]] const reg::Key24<reg::R512> k(key);
+  [[maybe_unused]] const reg::Key24Spread k(key);
   int64_t i = 0;
   for (; i + 64 <= count; i += 64) {
     Step24 t;
     for (int r = 0; r < 3; ++r) t.x[r] = vec::V512::Load(s + 3 * i + 64 * r);
     if constexpr (kKeyed) {
-      uint64_t st[3];
-      k.Starts(t.x, st);
-      t.keys = reg::PixelsOfStarts24(st);
+      t.keys = k.Pixels(t.x);
       if (t.keys == ~uint64_t{0}) continue;
-      reg::BytesOfStarts24(st, t.keyB);
+      reg::ByteBits24(t.keys, t.keyB);
     }
     t.lo = vec::V512::Elems16<CE>(c + CE * i);
     t.hi = vec::V512::Elems16<CE>(c + CE * (i + 32));

@@ -25,7 +25,8 @@
 //   Join24(p, v)       stores such lanes back as 3-byte pixels, 3 x kBytes / 4 bytes
 // and, after the register types, what 3-byte keys need at every width: KeyPattern24
 // (the key's bytes repeated from a phase), Key24 and the start-bit helpers (matches
-// of 64 pixels reduced to pixels, BMI2), Fan24 (per-pixel words to bytes, AVX-512).
+// of 64 pixels reduced to pixels, BMI2), Key24Spread (64 pixels compared whole,
+// AVX-512), Fan24 (per-pixel words to bytes, AVX-512).
 // Only fast translation units include this.
 #pragma once
 
@@ -399,11 +400,36 @@ struct Key24 {
     }
     StartBits24(eq, st);
   }
+};
+#endif
+
+#if defined(__AVX512BW__)
+// A 3-byte key against 64 pixels in three 64-byte registers, for walks that want the
+// key pixels as bits (Key24 reduces byte matches, cheaper where only bytes are wanted):
+// 16 pixels at a time are spread to 32-bit lanes (their 48 bytes' four 12-byte groups
+// permuted to the four 128-bit lanes, then one byte shuffle that leaves each fourth
+// byte 0) and compared whole.
+struct Key24Spread {
+  __m512i key;
+  explicit Key24Spread(uint32_t k) : key(_mm512_set1_epi32(static_cast<int>(k & 0xFFFFFF))) {}
   // Bit i set where pixel i is the key.
-  uint64_t Pixels(const typename V::T v[3]) const {
-    uint64_t st[3];
-    Starts(v, st);
-    return PixelsOfStarts24(st);
+  uint64_t Pixels(const __m512i v[3]) const {
+    const __m512i spread =
+        _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i *>(kSpread24)));
+    auto eq = [&](__m512i x) {
+      return static_cast<uint64_t>(_mm512_cmpeq_epi32_mask(_mm512_shuffle_epi8(x, spread), key));
+    };
+    const __m512i g0 = _mm512_permutexvar_epi32(
+        _mm512_setr_epi32(0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11), v[0]);
+    const __m512i g1 = _mm512_permutex2var_epi32(
+        v[0], _mm512_setr_epi32(12, 13, 14, 14, 15, 16, 17, 17, 18, 19, 20, 20, 21, 22, 23, 23),
+        v[1]);
+    const __m512i g2 = _mm512_permutex2var_epi32(
+        v[1], _mm512_setr_epi32(8, 9, 10, 10, 11, 12, 13, 13, 14, 15, 16, 16, 17, 18, 19, 19),
+        v[2]);
+    const __m512i g3 = _mm512_permutexvar_epi32(
+        _mm512_setr_epi32(4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12, 12, 13, 14, 15, 15), v[2]);
+    return eq(g0) | eq(g1) << 16 | eq(g2) << 32 | eq(g3) << 48;
   }
 };
 #endif
