@@ -27,13 +27,16 @@ RKB_BLIT(RkMaskDarkleWithChannel15, 2, rkb::Args::kChannelKey, 0, 1);
 RKB_BLIT(RkMaskDarkleWithChannel24, 3, rkb::Args::kChannelKey, 0, 1);
 RKB_BLIT(RkMaskDarkleWithChannel32, 4, rkb::Args::kChannelKey, 0, 1);
 
-// The keyed 24-bit members with the key's runs starting on odd pixels, so that every
-// run's two edges are pairs with one key (the pixel drawn alone; Darkle's misplaced
-// pixel): the whole-register rows' slower path for such pairs.
+// The keyed 24-bit members with pairs of one key (the pixel drawn alone; Darkle's
+// misplaced pixel), the whole-register rows' slower path: OddRuns has the key's runs
+// starting on odd pixels, so that every run's two edges are such pairs (two in 64
+// pixels); Dithered has the key on every other pixel, so that every pair is one.
 namespace {
 
-rkb::Setup OddRuns24(rkt::AnyExport fn, int elem) {
-  return [fn, elem](int32_t w, int32_t h) {
+enum class KeyLayout { kOddRuns, kDithered };
+
+rkb::Setup Keyed24(rkt::AnyExport fn, int elem, KeyLayout layout) {
+  return [fn, elem, layout](int32_t w, int32_t h) {
     struct Data {
       rkb::Block dst, src, chan, copy;
       RkSurface d{}, s{}, c{};
@@ -48,8 +51,9 @@ rkb::Setup OddRuns24(rkt::AnyExport fn, int elem) {
     const uint32_t key = 0x00FF00FF;
     for (int32_t y = 0; y < h; ++y) {
       for (int32_t x = 0; x < w; ++x) {
-        if (((x + 1) / 16 + y / 16) % 4 == 0)
-          std::memcpy(&data->src[3 * (size_t(y) * w + x)], &key, 3);
+        const bool isKey =
+            layout == KeyLayout::kOddRuns ? ((x + 1) / 16 + y / 16) % 4 == 0 : (x + y) % 2 == 0;
+        if (isKey) std::memcpy(&data->src[3 * (size_t(y) * w + x)], &key, 3);
       }
     }
     auto rec = [w, h](rkb::Block &v, int bpp) {
@@ -79,9 +83,11 @@ rkb::Setup OddRuns24(rkt::AnyExport fn, int elem) {
   };
 }
 
-RKB_CUSTOM(RkMaskLightWithChannel24_OddRuns,
-           OddRuns24(reinterpret_cast<rkt::AnyExport>(&RkMaskLightWithChannel24), 2));
-RKB_CUSTOM(RkMaskDarkleWithChannel24_OddRuns,
-           OddRuns24(reinterpret_cast<rkt::AnyExport>(&RkMaskDarkleWithChannel24), 1));
+const auto kLight24 = reinterpret_cast<rkt::AnyExport>(&RkMaskLightWithChannel24);
+const auto kDarkle24 = reinterpret_cast<rkt::AnyExport>(&RkMaskDarkleWithChannel24);
+RKB_CUSTOM(RkMaskLightWithChannel24_OddRuns, Keyed24(kLight24, 2, KeyLayout::kOddRuns));
+RKB_CUSTOM(RkMaskDarkleWithChannel24_OddRuns, Keyed24(kDarkle24, 1, KeyLayout::kOddRuns));
+RKB_CUSTOM(RkMaskLightWithChannel24_Dithered, Keyed24(kLight24, 2, KeyLayout::kDithered));
+RKB_CUSTOM(RkMaskDarkleWithChannel24_Dithered, Keyed24(kDarkle24, 1, KeyLayout::kDithered));
 
 }  // namespace
