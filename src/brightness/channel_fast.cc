@@ -724,6 +724,115 @@ void PutMisplaced24(const X &x, const RowArgs &r, int64_t q) {
   }
 }
 
+// The first pair's misplaced pixel, its left one drawn alone: the two bytes of it that
+// land before the row.
+template <class X>
+void PutMisplacedBefore24(const X &x, const RowArgs &r) {
+  const uint32_t v = Reverse3(DarkleChan3(x.Src(0), x.Chan(0)));
+  *At(r.d, -2) = static_cast<uint8_t>(v);
+  *At(r.d, -1) = static_cast<uint8_t>(v >> 8);
+}
+
+#if defined(__AVX512BW__)
+// Word indices into a step's result words (two registers: for window half h, result
+// words 32h ..): lo/hi for a window word's low and high byte from its own pair,
+// leftLo/leftHi from the pair before (even words only).
+struct MisplacedIndex24 {
+  alignas(64) uint16_t lo[2][32], hi[2][32], leftLo[2][32], leftHi[2][32];
+  constexpr MisplacedIndex24() : lo{}, hi{}, leftLo{}, leftHi{} {
+    for (int h = 0; h < 2; ++h) {
+      for (int m = 0; m < 32; ++m) {
+        const int k = 16 * h + m / 2, base = 32 * h;
+        const bool even = m % 2 == 0;
+        lo[h][m] = static_cast<uint16_t>((even ? 3 * k + 1 : 3 * k) - base);
+        hi[h][m] = static_cast<uint16_t>((even ? 3 * k : 3 * k + 2) - base);
+        leftLo[h][m] = static_cast<uint16_t>(std::max(3 * k - 1 - base, 0));
+        leftHi[h][m] = static_cast<uint16_t>(std::max(3 * k - 2 - base, 0));
+      }
+    }
+  }
+};
+
+// The misplaced pixels of the 64-pixel step at pixel `at` of a row whose pairs are
+// drawn. Pair k of the step, when it has one key, puts its drawn pixel's bytes reversed
+// in the 130-byte window from row byte 2at - 2: at window bytes 4k .. 4k + 2 when the
+// drawn pixel is the left one, 4k + 3 .. 4k + 5 when it is the right one. So a byte gets
+// a value from at most two pairs: pair k (its left pixel drawn: bytes 4k .. 4k + 2; its
+// right: byte 4k + 3) and pair k - 1 (its right pixel drawn: bytes 4k and 4k + 1), which
+// the walk from the right reaches later and so wins. A byte on a drawn pair keeps that
+// pair's result. So the step writes each byte's final value, found from the source alone
+// (every pair it lands on lies in the step or before it), but for its window's first two
+// bytes, which the last pair of the step before wins: steps are written from the right,
+// after the pairs that follow them, as the pairs are. Bytes before the row are left to
+// the caller.
+inline void MisplacedStep24(const RowArgs &r, int64_t at, const reg::Key24Spread &key) {
+  auto keysAt = [&](int64_t px, __m512i v[3]) {
+    for (int q = 0; q < 3; ++q) v[q] = vec::V512::Load(r.s + 3 * px + 64 * q);
+    return key.Pixels(v);
+  };
+  auto partnerOf = [](uint64_t keys) {
+    return (keys & kLeftPixels) << 1 | (keys >> 1 & kLeftPixels);
+  };
+  __m512i x[3], out[3];
+  const uint64_t keys = keysAt(at, x);
+  const __m512i lo = vec::V512::Elems16<1>(r.c + at), hi = vec::V512::Elems16<1>(r.c + at + 32);
+  for (int q = 0; q < 3; ++q)
+    out[q] = vec::DarkleBytes<vec::V512>(x[q], reg::Fan24(lo, hi, q, 0), reg::Fan24(lo, hi, q, 1));
+  const uint64_t keyL = keys & kLeftPixels, keyR = keys >> 1 & kLeftPixels;
+  // Pairs with one key, a bit each: a0 the left pixel drawn, a1 the right.
+  const auto a0 = static_cast<uint32_t>(_pext_u64(keyR & ~keyL, kLeftPixels));
+  const auto a1 = static_cast<uint32_t>(_pext_u64(keyL & ~keyR, kLeftPixels));
+  // The window's bytes these pairs write (bit b: byte b).
+  auto spread = [](uint32_t pairs) { return _pdep_u64(pairs & 0xFFFF, 0x1111111111111111); };
+  uint64_t w[3] = {spread(a0) * 7 | spread(a1) * 0x38,
+                   spread(a0 >> 16) * 7 | spread(a1 >> 16) * 0x38 | (a1 >> 15 & 1) * 3,
+                   (a1 >> 31 & 1) * 3};
+  if (at == 0) w[0] &= ~uint64_t{3};  // before the row
+  // Less the bytes on drawn pairs: the drawn pixels' bits from the window's first pixel
+  // p0 (pixel -1 of the first step is not drawn), spread to their bytes.
+  const int64_t t0 = 2 * at - 2, p0 = (t0 + 3) / 3 - 1;
+  const int phase = static_cast<int>(t0 - 3 * p0);
+  uint64_t px = ~(keys | partnerOf(keys)) << 1;
+  if (p0 >= 0) {
+    __m512i v[3];
+    const uint64_t k = keysAt(p0 & ~int64_t{1}, v);  // from a pair's start, within the step
+    px = ~(k | partnerOf(k)) >> (p0 & 1);
+  }
+  uint64_t on[3];
+  reg::ByteBits24(px, on);
+  for (int j = 0; j < 3; ++j) {
+    const uint64_t next = j < 2 ? on[j + 1] : 0;
+    w[j] &= ~(phase ? on[j] >> phase | next << (64 - phase) : on[j]);
+  }
+  // Window byte 4k + r takes result byte 6k + 2, 1, 0 or 5 (r = 0 .. 3), or in words 2k
+  // (bytes 4k, 4k + 1) the win of pair k - 1: result bytes 6k - 2 and 6k - 3. The low
+  // byte of each window word comes from a low byte, the high from a high one: two word
+  // permutes and a select.
+  static constexpr MisplacedIndex24 kIdx{};
+  const auto fromLeft = [](uint32_t b16) {
+    return static_cast<__mmask32>(_pdep_u64(b16 & 0xFFFF, 0x55555555));
+  };
+  const __mmask32 win[2] = {fromLeft(a1 << 1), fromLeft(a1 >> 15)};
+  for (int h = 0; h < 2; ++h) {
+    if (w[h] == 0) continue;
+    auto pick = [&](const uint16_t *own, const uint16_t *left) {
+      const __m512i idx =
+          _mm512_mask_blend_epi16(win[h], _mm512_load_si512(own), _mm512_load_si512(left));
+      return _mm512_permutex2var_epi16(out[h], idx, out[h + 1]);
+    };
+    const __m512i v = reg::R512::Select(reg::R512::Set16(0x00FF), pick(kIdx.lo[h], kIdx.leftLo[h]),
+                                        pick(kIdx.hi[h], kIdx.leftHi[h]));
+    _mm512_mask_storeu_epi8(r.d + t0 + 64 * h, w[h], v);
+  }
+  if (w[2] != 0) {  // window bytes 128 and 129: result bytes 190 and 189
+    alignas(64) uint8_t last[64];
+    _mm512_store_si512(last, out[2]);
+    if (w[2] & 1) r.d[t0 + 128] = last[62];
+    if (w[2] & 2) r.d[t0 + 129] = last[61];
+  }
+}
+#endif
+
 // The drawn pairs first, at their places; then the misplaced pixels of the one-key
 // pairs from the right, each byte written unless it lands on a drawn pair (which the
 // walk from the right would draw over it later: a misplaced pixel never lands right of
@@ -738,8 +847,18 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   // row; the pairs after them, and those the registers did not cover, are looked at
   // again); then the misplaced pixels of the one-key pairs from the right.
   constexpr int64_t kNoted = 32768;
-  uint64_t one[kNoted / 64];  // cleared as far as the row reaches
-  std::memset(one, 0, 8 * static_cast<size_t>(std::min(kNoted, 2 * Pairs(r) + 63) / 64));
+#if defined(__AVX512BW__)
+  // The first kNoted pixels go in whole steps, each step's one-key pairs noted in its
+  // word and the step in `mixed`.
+  const int64_t stepped = std::min(2 * Pairs(r), kNoted) / 64 * 64;
+  uint64_t mixed[kNoted / 4096] = {};
+#else
+  const int64_t stepped = 0;
+#endif
+  // Cleared from the stepped pixels as far as the row reaches (a step writes its word).
+  uint64_t one[kNoted / 64];
+  const int64_t words = std::min(kNoted, 2 * Pairs(r) + 63) / 64;
+  std::memset(one + stepped / 64, 0, 8 * static_cast<size_t>(words - stepped / 64));
   bool anyOne = false;
   // Notes the one-key pairs of bits `left` (their left pixels) from pixel `at`, which
   // lies in the same word as the bits' last pixel.
@@ -763,13 +882,14 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   int64_t i = 0;
 #if defined(__AVX512BW__)
   uint8_t *const d = r.d;
-  i = Steps24<1, true>(r.s, r.c, 2 * Pairs(r), r.b, [&, d](int64_t at, const Step24 &t) {
+  i = Steps24<1, true>(r.s, r.c, stepped, r.b, [&, d](int64_t at, const Step24 &t) {
     using V = vec::V512;
     const uint64_t partner = (t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels);
     // Where no pair has one key, the pairs left alone are those of the key pixels.
     uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
     if (t.keys != partner) {
-      note(at, (t.keys ^ partner) & kLeftPixels);
+      one[at / 64] = (t.keys ^ partner) & kLeftPixels;
+      mixed[at / 4096] |= uint64_t{1} << (at / 64 % 64);
       reg::ByteBits24(t.keys | partner, skipB);
     }
     for (int q = 0; q < 3; ++q) {
@@ -791,7 +911,7 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     }
     anyOne |= !q.Both() && !q.None();
   }
-  for (int64_t q = Pairs(r) - 1; anyOne && q >= 0; --q) {
+  for (int64_t q = Pairs(r) - 1; anyOne && q >= stepped / 2; --q) {
     const int64_t p = 2 * q;
     if (p < i && p < kNoted) {
       // The noted pair at or left of q within its word, or none: on to the word before.
@@ -807,6 +927,27 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     KeyedPairIn pr = ReadKeyedPair<3>(x, p, r.b);
     if (!pr.None() && !pr.Both()) PutMisplaced24(x, r, q);
   }
+#if defined(__AVX512BW__)
+  // The steps' misplaced pixels from the right, after those of the pairs that follow
+  // them: a step with few one-key pairs a pair at a time, one with more whole.
+  constexpr int kPairsAlone = 2;
+  const reg::Key24Spread key(r.b);
+  auto top = [](uint64_t bits) { return 63 - std::countl_zero(bits); };
+  for (int64_t word = (stepped / 64 + 63) / 64 - 1; word >= 0; --word) {
+    for (uint64_t m = mixed[word]; m != 0; m ^= uint64_t{1} << top(m)) {
+      const int64_t step = 64 * word + top(m);
+      if (std::popcount(one[step]) > kPairsAlone) {
+        MisplacedStep24(r, 64 * step, key);
+        // The first pair's left pixel drawn alone: its bytes before the row.
+        if (step == 0 && !IsKey<3>(x.Src(0), r.b) && IsKey<3>(x.Src(1), r.b))
+          PutMisplacedBefore24(x, r);
+        continue;
+      }
+      for (uint64_t b = one[step]; b != 0; b ^= uint64_t{1} << top(b))
+        PutMisplaced24(x, r, (64 * step + top(b)) / 2);
+    }
+  }
+#endif
 #else
   constexpr int64_t kNoted = 4096;
   uint64_t one[kNoted / 64] = {};
