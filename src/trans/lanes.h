@@ -109,13 +109,13 @@ struct Moves {
 };
 
 // LaneBlendV<F, Blue::kMasked> with the row's one weight w: w6 is w << 6, blue and
-// red its moves.
-template <class F>
+// red its moves. With kClearTop false, 5-5-5's bit 15 is left for the caller to clear.
+template <class F, bool kClearTop = true>
 inline VT LaneBlendU(VT s, VT d, VT w6, const Moves &blue, const Moves &red) {
   const VT r = kIs15<F> ? RedMove<F>(s, d, V::Srl16<1>(w6))
                         : red.At(V::Sub16(V::Srl16<F::kRShift>(s), V::Srl16<F::kRShift>(d)));
   VT o = V::Add16(V::Add16(d, r), V::Add16(GreenMove<F>(s, d, w6), blue.At(BlueDiff<F>(s, d))));
-  if constexpr (kIs15<F>) o = V::And(o, V::Set16(0x7FFF));
+  if constexpr (kIs15<F> && kClearTop) o = V::And(o, V::Set16(0x7FFF));
   return o;
 }
 #endif
@@ -154,13 +154,14 @@ inline int32_t GroupsLanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32
     const VT w6 = V::Sll16<6>(uniform);
     for (; j + kN <= n; j += kN) {
       const VT sv = V::Load(s + 2 * j), dv = V::Load(d + 2 * j);
-      VT o = LaneBlendU<F>(sv, dv, w6, blue, red);
+      constexpr bool kKeyed15 = Mode::kKeyed && kIs15<F>;
+      VT o = LaneBlendU<F, !kKeyed15>(sv, dv, w6, blue, red);
       if constexpr (Mode::kKeyed) {
         // A key pixel takes weight 0: its destination, at 5-5-5 with bit 15 cleared
-        // unless the whole group (a 64-bit lane) is the key.
-        const VT kept = kIs15<F> ? V::And(dv, V::Set16(0x7FFF)) : dv;
-        o = _mm512_mask_mov_epi16(o, _mm512_cmpeq_epi16_mask(sv, key), kept);
-        if constexpr (kIs15<F>) o = _mm512_mask_mov_epi64(o, _mm512_cmpeq_epi64_mask(sv, key), dv);
+        // (with the blended pixels') unless the whole group (a 64-bit lane) is the key.
+        o = _mm512_mask_mov_epi16(o, _mm512_cmpeq_epi16_mask(sv, key), dv);
+        if constexpr (kKeyed15)
+          o = _mm512_mask_and_epi64(dv, _mm512_cmpneq_epi64_mask(sv, key), o, V::Set16(0x7FFF));
       }
       V::Store(d + 2 * j, o);
     }
