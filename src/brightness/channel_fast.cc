@@ -825,10 +825,9 @@ inline void MisplacedStep24(const RowArgs &r, int64_t at, const reg::Key24Spread
     _mm512_mask_storeu_epi8(r.d + t0 + 64 * h, w[h], v);
   }
   if (w[2] != 0) {  // window bytes 128 and 129: result bytes 190 and 189
-    alignas(64) uint8_t last[64];
-    _mm512_store_si512(last, out[2]);
-    if (w[2] & 1) r.d[t0 + 128] = last[62];
-    if (w[2] & 2) r.d[t0 + 129] = last[61];
+    const __m128i last = _mm512_extracti32x4_epi32(out[2], 3);  // result bytes 176 .. 191
+    if (w[2] & 1) r.d[t0 + 128] = static_cast<uint8_t>(_mm_extract_epi8(last, 14));
+    if (w[2] & 2) r.d[t0 + 129] = static_cast<uint8_t>(_mm_extract_epi8(last, 13));
   }
 }
 #endif
