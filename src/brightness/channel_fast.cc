@@ -694,17 +694,18 @@ void FastMaskLightChan32(const RowArgs &r) {
                         });
 }
 
-// The misplaced pixel of pair q, which has one key pixel: the other pixel's result,
-// its bytes reversed, at byte 4q - 2 + 3i of the row (i: the drawn pixel's place in the
-// pair). Each byte is written unless it lands on a drawn pair, which the walk from the
-// right would draw over it later; the three bytes land on one or two pairs.
+// The misplaced pixel of pair q (from 0), which has one key pixel. Each byte is written
+// unless it lands on a drawn pair, which the walk from the right would draw over it
+// later; the three bytes land on one or two pairs. (The drawn pixel is chosen by a
+// select: indexing the pair's pixels waits for them to be stored.)
 template <class X>
 void PutMisplaced24(const X &x, const RowArgs &r, int64_t q) {
   const int64_t col = 2 * q;
   const uint32_t left = x.Src(col), right = x.Src(col + 1);
   const int i = IsKey<3>(left, r.b) ? 1 : 0;
-  const uint32_t v = Reverse3(DarkleChan3(i ? right : left, x.Chan(col + i)));
-  const int64_t off = 4 * q - 2 + 3 * i;
+  const PlacedPixel m = MaskDarkleChan24Alone(i ? right : left, x.Chan(col + i), i, q + 1);
+  const int64_t off = m.off;
+  const uint32_t v = m.v;
   if (off < 0) {  // the first pair's left pixel: two bytes before the row
     x.PutAt(off, v);
     return;
@@ -728,7 +729,7 @@ void PutMisplaced24(const X &x, const RowArgs &r, int64_t q) {
 // land before the row.
 template <class X>
 void PutMisplacedBefore24(const X &x, const RowArgs &r) {
-  const uint32_t v = Reverse3(DarkleChan3(x.Src(0), x.Chan(0)));
+  const uint32_t v = MaskDarkleChan24Alone(x.Src(0), x.Chan(0), 0, 1).v;
   *At(r.d, -2) = static_cast<uint8_t>(v);
   *At(r.d, -1) = static_cast<uint8_t>(v >> 8);
 }

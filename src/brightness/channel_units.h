@@ -224,9 +224,13 @@ struct PlacedPixel {
   int64_t off;
   uint32_t v;
 };
+// Pixel i (0 left, 1 right) of pair n drawn alone: source pixel p, element c.
+inline PlacedPixel MaskDarkleChan24Alone(uint32_t p, uint32_t c, int i, int64_t n) {
+  return {4 * n - 6 + 3 * i, Reverse3(DarkleChan3(p, c))};
+}
 inline PlacedPixel MaskDarkleChan24Alone(const KeyedPairIn &q, int64_t n) {
   int i = q.Drawn();
-  return {4 * n - 6 + 3 * i, Reverse3(DarkleChan3(q.p[i], q.c[i]))};
+  return MaskDarkleChan24Alone(q.p[i], q.c[i], i, n);
 }
 // Pair n (columns 2n - 2 and 2n - 1) of RkMaskDarkleWithChannel24.
 template <class R>
