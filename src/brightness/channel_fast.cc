@@ -734,6 +734,66 @@ void PutMisplacedBefore24(const X &x, const RowArgs &r) {
   *At(r.d, -1) = static_cast<uint8_t>(v >> 8);
 }
 
+#if defined(__AVX2__)
+// The misplaced pixels of the 64-pixel step at pixel `at` of a row whose pairs are
+// drawn. Pair k of the step, when it has one key, puts its drawn pixel's bytes reversed
+// in the 130-byte window from row byte 2at - 2: at window bytes 4k .. 4k + 2 when the
+// drawn pixel is the left one, 4k + 3 .. 4k + 5 when it is the right one. So a byte gets
+// a value from at most two pairs: pair k (its left pixel drawn: bytes 4k .. 4k + 2; its
+// right: byte 4k + 3) and pair k - 1 (its right pixel drawn: bytes 4k and 4k + 1), which
+// the walk from the right reaches later and so wins. A byte on a drawn pair keeps that
+// pair's result. So the step writes each byte's final value, found from the source alone
+// (every pair it lands on lies in the step or before it), but for its window's first two
+// bytes, which the last pair of the step before wins: steps are written from the right,
+// after the pairs that follow them, as the pairs are. Bytes before the row are left to
+// the caller.
+//
+// Window byte 4k + r takes source byte 6k + 2, 1, 0 or 5 (r = 0 .. 3) of the step, or in
+// window word 2k (bytes 4k, 4k + 1) the pair before's bytes 6k - 2 and 6k - 3, darkened
+// by its pixel's element. Which bytes are written, and which words take the pair before:
+struct MisplacedBits24 {
+  int64_t t0;     // the window's first byte in the row
+  uint64_t w[3];  // bit b: window byte b is written (130 bytes)
+  uint64_t left;  // bit m: window word m takes the pair before (64 words)
+  // From the step's key pixels' bits and `drawnAt(p)`, the bits of the 64 pixels from
+  // pixel p (even) whose pair has no key.
+  template <class DrawnAt>
+  MisplacedBits24(int64_t at, uint64_t keys, DrawnAt drawnAt) : t0(2 * at - 2) {
+    const uint64_t keyL = keys & kLeftPixels, keyR = keys >> 1 & kLeftPixels;
+    // Pairs with one key, a bit each: a0 the left pixel drawn, a1 the right.
+    const auto a0 = static_cast<uint32_t>(_pext_u64(keyR & ~keyL, kLeftPixels));
+    const auto a1 = static_cast<uint32_t>(_pext_u64(keyL & ~keyR, kLeftPixels));
+    auto spread = [](uint32_t pairs) { return _pdep_u64(pairs & 0xFFFF, 0x1111111111111111); };
+    w[0] = spread(a0) * 7 | spread(a1) * 0x38;
+    w[1] = spread(a0 >> 16) * 7 | spread(a1 >> 16) * 0x38 | (a1 >> 15 & 1) * 3;
+    w[2] = (a1 >> 31 & 1) * 3;
+    left = _pdep_u64((uint64_t{a1} << 1) & 0xFFFFFFFF, kLeftPixels);
+    // Less the bytes on drawn pairs: the drawn bits from the window's first pixel p0
+    // (pixel -1 of the first step is not drawn), spread to their bytes.
+    const int64_t p0 = (t0 + 3) / 3 - 1;
+    const int phase = static_cast<int>(t0 - 3 * p0);
+    const uint64_t px = p0 < 0 ? drawnAt(0) << 1 : drawnAt(p0 & ~int64_t{1}) >> (p0 & 1);
+    uint64_t on[3];
+    reg::ByteBits24(px, on);
+    for (int j = 0; j < 3; ++j) {
+      const uint64_t next = j < 2 ? on[j + 1] : 0;
+      w[j] &= ~(phase ? on[j] >> phase | next << (64 - phase) : on[j]);
+    }
+  }
+};
+// Window bytes 128 and 129, the step's last pair's: its right pixel's bytes 1 and 0.
+inline void MisplacedLast24(const RowArgs &r, int64_t at, const MisplacedBits24 &m) {
+  for (int j = 0; j < 2; ++j) {
+    if (m.w[2] >> j & 1)
+      r.d[m.t0 + 128 + j] = static_cast<uint8_t>(DarkleByte(r.s[3 * at + 190 - j], r.c[at + 63]));
+  }
+}
+// The pixels of 64 from pixel p whose pair has no key, from their key pixels' bits.
+inline uint64_t DrawnOf(uint64_t keys) {
+  return ~(keys | (keys & kLeftPixels) << 1 | (keys >> 1 & kLeftPixels));
+}
+#endif
+
 #if defined(__AVX512BW__)
 // Word indices into a step's result words (two registers: for window half h, result
 // words 32h ..): lo/hi for a window word's low and high byte from its own pair,
@@ -754,82 +814,103 @@ struct MisplacedIndex24 {
   }
 };
 
-// The misplaced pixels of the 64-pixel step at pixel `at` of a row whose pairs are
-// drawn. Pair k of the step, when it has one key, puts its drawn pixel's bytes reversed
-// in the 130-byte window from row byte 2at - 2: at window bytes 4k .. 4k + 2 when the
-// drawn pixel is the left one, 4k + 3 .. 4k + 5 when it is the right one. So a byte gets
-// a value from at most two pairs: pair k (its left pixel drawn: bytes 4k .. 4k + 2; its
-// right: byte 4k + 3) and pair k - 1 (its right pixel drawn: bytes 4k and 4k + 1), which
-// the walk from the right reaches later and so wins. A byte on a drawn pair keeps that
-// pair's result. So the step writes each byte's final value, found from the source alone
-// (every pair it lands on lies in the step or before it), but for its window's first two
-// bytes, which the last pair of the step before wins: steps are written from the right,
-// after the pairs that follow them, as the pairs are. Bytes before the row are left to
-// the caller.
+// AVX-512: the step's results in three registers, rearranged into the window. The low
+// byte of each window word comes from a low byte, the high from a high one: two word
+// permutes and a select for each 64 bytes.
 inline void MisplacedStep24(const RowArgs &r, int64_t at, const reg::Key24Spread &key) {
   auto keysAt = [&](int64_t px, __m512i v[3]) {
     for (int q = 0; q < 3; ++q) v[q] = vec::V512::Load(r.s + 3 * px + 64 * q);
     return key.Pixels(v);
-  };
-  auto partnerOf = [](uint64_t keys) {
-    return (keys & kLeftPixels) << 1 | (keys >> 1 & kLeftPixels);
   };
   __m512i x[3], out[3];
   const uint64_t keys = keysAt(at, x);
   const __m512i lo = vec::V512::Elems16<1>(r.c + at), hi = vec::V512::Elems16<1>(r.c + at + 32);
   for (int q = 0; q < 3; ++q)
     out[q] = vec::DarkleBytes<vec::V512>(x[q], reg::Fan24(lo, hi, q, 0), reg::Fan24(lo, hi, q, 1));
-  const uint64_t keyL = keys & kLeftPixels, keyR = keys >> 1 & kLeftPixels;
-  // Pairs with one key, a bit each: a0 the left pixel drawn, a1 the right.
-  const auto a0 = static_cast<uint32_t>(_pext_u64(keyR & ~keyL, kLeftPixels));
-  const auto a1 = static_cast<uint32_t>(_pext_u64(keyL & ~keyR, kLeftPixels));
-  // The window's bytes these pairs write (bit b: byte b).
-  auto spread = [](uint32_t pairs) { return _pdep_u64(pairs & 0xFFFF, 0x1111111111111111); };
-  uint64_t w[3] = {spread(a0) * 7 | spread(a1) * 0x38,
-                   spread(a0 >> 16) * 7 | spread(a1 >> 16) * 0x38 | (a1 >> 15 & 1) * 3,
-                   (a1 >> 31 & 1) * 3};
-  if (at == 0) w[0] &= ~uint64_t{3};  // before the row
-  // Less the bytes on drawn pairs: the drawn pixels' bits from the window's first pixel
-  // p0 (pixel -1 of the first step is not drawn), spread to their bytes.
-  const int64_t t0 = 2 * at - 2, p0 = (t0 + 3) / 3 - 1;
-  const int phase = static_cast<int>(t0 - 3 * p0);
-  uint64_t px = ~(keys | partnerOf(keys)) << 1;
-  if (p0 >= 0) {
+  MisplacedBits24 m(at, keys, [&](int64_t p) {
     __m512i v[3];
-    const uint64_t k = keysAt(p0 & ~int64_t{1}, v);  // from a pair's start, within the step
-    px = ~(k | partnerOf(k)) >> (p0 & 1);
-  }
-  uint64_t on[3];
-  reg::ByteBits24(px, on);
-  for (int j = 0; j < 3; ++j) {
-    const uint64_t next = j < 2 ? on[j + 1] : 0;
-    w[j] &= ~(phase ? on[j] >> phase | next << (64 - phase) : on[j]);
-  }
-  // Window byte 4k + r takes result byte 6k + 2, 1, 0 or 5 (r = 0 .. 3), or in words 2k
-  // (bytes 4k, 4k + 1) the win of pair k - 1: result bytes 6k - 2 and 6k - 3. The low
-  // byte of each window word comes from a low byte, the high from a high one: two word
-  // permutes and a select.
+    return DrawnOf(p == at ? keys : keysAt(p, v));
+  });
+  if (at == 0) m.w[0] &= ~uint64_t{3};  // before the row
   static constexpr MisplacedIndex24 kIdx{};
-  const auto fromLeft = [](uint32_t b16) {
-    return static_cast<__mmask32>(_pdep_u64(b16 & 0xFFFF, 0x55555555));
-  };
-  const __mmask32 win[2] = {fromLeft(a1 << 1), fromLeft(a1 >> 15)};
   for (int h = 0; h < 2; ++h) {
-    if (w[h] == 0) continue;
-    auto pick = [&](const uint16_t *own, const uint16_t *left) {
+    if (m.w[h] == 0) continue;
+    const auto left = static_cast<__mmask32>(m.left >> 32 * h);
+    auto pick = [&](const uint16_t *own, const uint16_t *before) {
       const __m512i idx =
-          _mm512_mask_blend_epi16(win[h], _mm512_load_si512(own), _mm512_load_si512(left));
+          _mm512_mask_blend_epi16(left, _mm512_load_si512(own), _mm512_load_si512(before));
       return _mm512_permutex2var_epi16(out[h], idx, out[h + 1]);
     };
     const __m512i v = reg::R512::Select(reg::R512::Set16(0x00FF), pick(kIdx.lo[h], kIdx.leftLo[h]),
                                         pick(kIdx.hi[h], kIdx.leftHi[h]));
-    _mm512_mask_storeu_epi8(r.d + t0 + 64 * h, w[h], v);
+    _mm512_mask_storeu_epi8(r.d + m.t0 + 64 * h, m.w[h], v);
   }
-  if (w[2] != 0) {  // window bytes 128 and 129: result bytes 190 and 189
-    const __m128i last = _mm512_extracti32x4_epi32(out[2], 3);  // result bytes 176 .. 191
-    if (w[2] & 1) r.d[t0 + 128] = static_cast<uint8_t>(_mm_extract_epi8(last, 14));
-    if (w[2] & 2) r.d[t0 + 129] = static_cast<uint8_t>(_mm_extract_epi8(last, 13));
+  MisplacedLast24(r, at, m);
+}
+#elif defined(__AVX2__)
+// Per 16 window bytes (four pairs, whose bytes start 24 bytes apart): the source bytes
+// from two 16-byte windows (the first from 4 bytes before the pairs, the second from 8
+// into them) and the elements from one of the 8 pixels before the pairs and the 8 of
+// them; own for a byte from its own pair, left for one from the pair before.
+struct MisplacedShuffles24 {
+  alignas(32) int8_t own1[32], own2[32], ownC[32], left1[32], left2[32], leftC[32];
+  constexpr MisplacedShuffles24() : own1{}, own2{}, ownC{}, left1{}, left2{}, leftC{} {
+    for (int t = 0; t < 32; ++t) {
+      const int k = t % 16 / 4, r = t % 4;
+      const int own = 6 * k + (r == 0 ? 2 : r == 1 ? 1 : r == 2 ? 0 : 5);
+      const int left = r == 0 ? 6 * k - 2 : r == 1 ? 6 * k - 3 : own;
+      auto set = [&](int8_t *b1, int8_t *b2, int8_t *bc, int rel) {
+        b1[t] = static_cast<int8_t>(rel < 12 ? rel + 4 : -128);
+        b2[t] = static_cast<int8_t>(rel >= 12 ? rel - 8 : -128);
+        bc[t] = static_cast<int8_t>((rel + 3) / 3 - 1 + 8);  // the pixel, from 8 before
+      };
+      set(own1, own2, ownC, own);
+      set(left1, left2, leftC, left);
+    }
   }
+};
+
+// AVX2: the window's bytes gathered from the source by byte shuffles, 32 at a time,
+// and darkened there. Steps from the row's second on: the first window's loads would
+// start before the row.
+inline void MisplacedStep24(const RowArgs &r, int64_t at, const reg::Key24<reg::R256> &key) {
+  using V = vec::V256;
+  auto keys32 = [&](int64_t px) {
+    const __m256i v[3] = {V::Load(r.s + 3 * px), V::Load(r.s + 3 * px + 32),
+                          V::Load(r.s + 3 * px + 64)};
+    uint64_t st[3];
+    key.Starts(v, st);
+    return reg::PixelsOfStarts24(st) & 0xFFFFFFFF;
+  };
+  auto keysAt = [&](int64_t px) { return keys32(px) | keys32(px + 32) << 32; };
+  const uint64_t keys = keysAt(at);
+  const MisplacedBits24 m(at, keys, [&](int64_t p) { return DrawnOf(keysAt(p)); });
+  static constexpr MisplacedShuffles24 kT{};
+  auto table = [](const int8_t *t) { return V::Load(t); };
+  const uint8_t *const s = r.s + 3 * at, *const c = r.c + at;
+  auto two = [](const uint8_t *lo, const uint8_t *hi) {
+    return _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(hi),
+                               reinterpret_cast<const __m128i *>(lo));
+  };
+  for (int j = 0; j < 4; ++j) {
+    const auto written = static_cast<uint32_t>(m.w[j / 2] >> 32 * (j % 2));
+    if (written == 0) continue;
+    // The words of these 32 bytes that take the pair before, as bytes.
+    const auto leftWords = static_cast<uint32_t>(m.left >> 16 * j & 0xFFFF);
+    const __m256i left = V::BytesOf(_pdep_u64(leftWords, 0x55555555) * 3);
+    auto pick = [&](const int8_t *own, const int8_t *before) {
+      return V::Select(left, table(before), table(own));
+    };
+    const int64_t l = 48 * j;  // the first lane's pairs start here
+    const __m256i v = V::Or(V::Shuffle8(two(s + l - 4, s + l + 20), pick(kT.own1, kT.left1)),
+                            V::Shuffle8(two(s + l + 8, s + l + 32), pick(kT.own2, kT.left2)));
+    const __m256i e = V::Shuffle8(two(c + 16 * j - 8, c + 16 * j), pick(kT.ownC, kT.leftC));
+    const __m256i out =
+        vec::DarkleBytes<V>(v, V::And(e, V::Set16(0x00FF)), V::template Srl16<8>(e));
+    uint8_t *const p = r.d + m.t0 + 32 * j;
+    V::Store(p, V::Select(V::BytesOf(written), out, V::Load(p)));
+  }
+  MisplacedLast24(r, at, m);
 }
 #endif
 
@@ -847,16 +928,16 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   // row; the pairs after them, and those the registers did not cover, are looked at
   // again); then the misplaced pixels of the one-key pairs from the right.
   constexpr int64_t kNoted = 32768;
+  // The first kNoted pixels in blocks of 64: each block's one-key pairs noted in its
+  // word of `one` by their left pixels' bits, and the block in `mixed`. AVX-512 draws
+  // them in whole steps, each writing its word and bit; the other levels' words are
+  // cleared, and their bits set from them after the drawing.
 #if defined(__AVX512BW__)
-  // The first kNoted pixels go in whole steps, each step's one-key pairs noted in its
-  // word and the step in `mixed`.
   const int64_t stepped = std::min(2 * Pairs(r), kNoted) / 64 * 64;
-  uint64_t mixed[kNoted / 4096] = {};
 #else
   const int64_t stepped = 0;
 #endif
-  // Cleared from the stepped pixels as far as the row reaches (a step writes its word).
-  uint64_t one[kNoted / 64];
+  uint64_t one[kNoted / 64], mixed[kNoted / 4096] = {};
   const int64_t words = std::min(kNoted, 2 * Pairs(r) + 63) / 64;
   std::memset(one + stepped / 64, 0, 8 * static_cast<size_t>(words - stepped / 64));
   bool anyOne = false;
@@ -890,6 +971,7 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     if (t.keys != partner) {
       one[at / 64] = (t.keys ^ partner) & kLeftPixels;
       mixed[at / 4096] |= uint64_t{1} << (at / 64 % 64);
+      anyOne = true;
       reg::ByteBits24(t.keys | partner, skipB);
     }
     for (int q = 0; q < 3; ++q) {
@@ -911,7 +993,9 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     }
     anyOne |= !q.Both() && !q.None();
   }
-  for (int64_t q = Pairs(r) - 1; anyOne && q >= stepped / 2; --q) {
+  // The pairs after the whole blocks noted, from the right.
+  const int64_t blocks = std::min(i, kNoted) / 64;
+  for (int64_t q = Pairs(r) - 1; anyOne && q >= 32 * blocks; --q) {
     const int64_t p = 2 * q;
     if (p < i && p < kNoted) {
       // The noted pair at or left of q within its word, or none: on to the word before.
@@ -927,27 +1011,42 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     KeyedPairIn pr = ReadKeyedPair<3>(x, p, r.b);
     if (!pr.None() && !pr.Both()) PutMisplaced24(x, r, q);
   }
+#if !defined(__AVX512BW__)
+  for (int64_t block = 0; anyOne && block < blocks; ++block) {
+    if (one[block] != 0) mixed[block / 64] |= uint64_t{1} << (block % 64);
+  }
+#endif
+  // Then the blocks from the right: a block with few one-key pairs a pair at a time,
+  // one with more whole (AVX2: not the first block, whose window's loads would start
+  // before the row).
 #if defined(__AVX512BW__)
-  // The steps' misplaced pixels from the right, after those of the pairs that follow
-  // them: a step with few one-key pairs a pair at a time, one with more whole.
   constexpr int kPairsAlone = 2;
+  constexpr int64_t kFirstWhole = 0;
   const reg::Key24Spread key(r.b);
+#elif defined(__AVX2__)
+  constexpr int kPairsAlone = 4;
+  constexpr int64_t kFirstWhole = 1;
+  const reg::Key24<reg::R256> key(r.b);
+#endif
   auto top = [](uint64_t bits) { return 63 - std::countl_zero(bits); };
-  for (int64_t word = (stepped / 64 + 63) / 64 - 1; word >= 0; --word) {
-    for (uint64_t m = mixed[word]; m != 0; m ^= uint64_t{1} << top(m)) {
-      const int64_t step = 64 * word + top(m);
-      if (std::popcount(one[step]) > kPairsAlone) {
-        MisplacedStep24(r, 64 * step, key);
+  for (int64_t word = (blocks + 63) / 64 - 1; anyOne && word >= 0; --word) {
+    const uint64_t below =
+        blocks - 64 * word >= 64 ? ~uint64_t{0} : (uint64_t{1} << (blocks - 64 * word)) - 1;
+    for (uint64_t m = mixed[word] & below; m != 0; m ^= uint64_t{1} << top(m)) {
+      const int64_t block = 64 * word + top(m);
+#if defined(__AVX2__)
+      if (std::popcount(one[block]) > kPairsAlone && block >= kFirstWhole) {
+        MisplacedStep24(r, 64 * block, key);
         // The first pair's left pixel drawn alone: its bytes before the row.
-        if (step == 0 && !IsKey<3>(x.Src(0), r.b) && IsKey<3>(x.Src(1), r.b))
+        if (block == 0 && !IsKey<3>(x.Src(0), r.b) && IsKey<3>(x.Src(1), r.b))
           PutMisplacedBefore24(x, r);
         continue;
       }
-      for (uint64_t b = one[step]; b != 0; b ^= uint64_t{1} << top(b))
-        PutMisplaced24(x, r, (64 * step + top(b)) / 2);
+#endif
+      for (uint64_t b = one[block]; b != 0; b ^= uint64_t{1} << top(b))
+        PutMisplaced24(x, r, (64 * block + top(b)) / 2);
     }
   }
-#endif
 #else
   constexpr int64_t kNoted = 4096;
   uint64_t one[kNoted / 64] = {};
