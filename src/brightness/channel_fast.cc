@@ -918,7 +918,9 @@ inline void MisplacedStep24(const RowArgs &r, int64_t at, const reg::Key24<reg::
 // pairs from the right, each byte written unless it lands on a drawn pair (which the
 // walk from the right would draw over it later: a misplaced pixel never lands right of
 // its own pair). The first pass notes where the one-key pairs are (the first 4096
-// chunks or steps of a row; any further ones are looked at again).
+// chunks or steps of a row; any further ones are looked at again). With AVX2 or
+// AVX-512, a 64-pixel block with more than a few one-key pairs has its misplaced pixels
+// written at once (MisplacedStep24).
 void FastMaskDarkleChan24(const RowArgs &r) {
   auto x = Chan<3, 1>(Raw(r));
   if (r.w & 1) KeyedLone<3>(x, r.w - 1, r.b, DarkleChan3);
