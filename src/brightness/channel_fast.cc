@@ -247,6 +247,10 @@ using VB = vec::V128;
 #if defined(RK_CHAN_VEC)
 // The left pixels of pairs among 64 pixels from a pair's start.
 constexpr uint64_t kLeftPixels = 0x5555555555555555;
+// Each pixel's bit moved to its partner's place in the pair (pixels from a pair's start).
+constexpr uint64_t Partners(uint64_t pixels) {
+  return (pixels & kLeftPixels) << 1 | (pixels >> 1 & kLeftPixels);
+}
 // Bit j for 32-bit lane j, from the bits of a register's bytes (Bits of a lane mask).
 inline uint64_t Lanes32(uint64_t bytes) {
 #if defined(__BMI2__)
@@ -394,7 +398,7 @@ int64_t KeyedStream24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t co
     k.Starts(x, st);
     const auto keys = static_cast<uint32_t>(reg::PixelsOfStarts24(st));
     if (keys == ~uint32_t{0}) continue;
-    if (keys != ((keys & 0x55555555) << 1 | (keys >> 1 & 0x55555555))) {
+    if (keys != static_cast<uint32_t>(Partners(keys))) {
       mixed(i);
       continue;
     }
@@ -628,7 +632,7 @@ void FastMaskLightChan24(const RowArgs &r) {
   uint8_t *const d = r.d;
   i = Steps24<2, true>(r.s, r.c, 2 * Pairs(r), r.b, [d](int64_t at, const Step24 &t) {
     // Pixels drawn alone (none where keys come in runs of whole pairs).
-    const uint64_t alone = ((t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels)) & ~t.keys;
+    const uint64_t alone = Partners(t.keys) & ~t.keys;
     if (alone == 0) {
       for (int q = 0; q < 3; ++q) {
         auto out =
@@ -789,9 +793,7 @@ inline void MisplacedLast24(const RowArgs &r, int64_t at, const MisplacedBits24 
   }
 }
 // The pixels of 64 from pixel p whose pair has no key, from their key pixels' bits.
-inline uint64_t DrawnOf(uint64_t keys) {
-  return ~(keys | (keys & kLeftPixels) << 1 | (keys >> 1 & kLeftPixels));
-}
+inline uint64_t DrawnOf(uint64_t keys) { return ~(keys | Partners(keys)); }
 #endif
 
 #if defined(__AVX512BW__)
@@ -931,17 +933,10 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   // again); then the misplaced pixels of the one-key pairs from the right.
   constexpr int64_t kNoted = 32768;
   // The first kNoted pixels in blocks of 64: each block's one-key pairs noted in its
-  // word of `one` by their left pixels' bits, and the block in `mixed`. AVX-512 draws
-  // them in whole steps, each writing its word and bit; the other levels' words are
-  // cleared, and their bits set from them after the drawing.
-#if defined(__AVX512BW__)
-  const int64_t stepped = std::min(2 * Pairs(r), kNoted) / 64 * 64;
-#else
-  const int64_t stepped = 0;
-#endif
+  // word of `one` by their left pixels' bits (cleared as far as the row reaches), and
+  // after the drawing the blocks with any in `mixed`.
   uint64_t one[kNoted / 64], mixed[kNoted / 4096] = {};
-  const int64_t words = std::min(kNoted, 2 * Pairs(r) + 63) / 64;
-  std::memset(one + stepped / 64, 0, 8 * static_cast<size_t>(words - stepped / 64));
+  std::memset(one, 0, 8 * static_cast<size_t>(std::min(kNoted, 2 * Pairs(r) + 63) / 64));
   bool anyOne = false;
   // Notes the one-key pairs of bits `left` (their left pixels) from pixel `at`, which
   // lies in the same word as the bits' last pixel.
@@ -965,23 +960,23 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   int64_t i = 0;
 #if defined(__AVX512BW__)
   uint8_t *const d = r.d;
-  i = Steps24<1, true>(r.s, r.c, stepped, r.b, [&, d](int64_t at, const Step24 &t) {
-    using V = vec::V512;
-    const uint64_t partner = (t.keys & kLeftPixels) << 1 | (t.keys >> 1 & kLeftPixels);
-    // Where no pair has one key, the pairs left alone are those of the key pixels.
-    uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
-    if (t.keys != partner) {
-      one[at / 64] = (t.keys ^ partner) & kLeftPixels;
-      mixed[at / 4096] |= uint64_t{1} << (at / 64 % 64);
-      anyOne = true;
-      reg::ByteBits24(t.keys | partner, skipB);
-    }
-    for (int q = 0; q < 3; ++q) {
-      auto out =
-          vec::DarkleBytes<V>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0), reg::Fan24(t.lo, t.hi, q, 1));
-      _mm512_mask_storeu_epi8(d + 3 * at + 64 * q, ~skipB[q], out);
-    }
-  });
+  i = Steps24<1, true>(r.s, r.c, std::min(2 * Pairs(r), kNoted), r.b,
+                       [&, d](int64_t at, const Step24 &t) {
+                         using V = vec::V512;
+                         const uint64_t partner = Partners(t.keys);
+                         // Where no pair has one key, the pairs left alone are those of the key
+                         // pixels.
+                         uint64_t skipB[3] = {t.keyB[0], t.keyB[1], t.keyB[2]};
+                         if (t.keys != partner) {
+                           note(at, (t.keys ^ partner) & kLeftPixels);
+                           reg::ByteBits24(t.keys | partner, skipB);
+                         }
+                         for (int q = 0; q < 3; ++q) {
+                           auto out = vec::DarkleBytes<V>(t.x[q], reg::Fan24(t.lo, t.hi, q, 0),
+                                                          reg::Fan24(t.lo, t.hi, q, 1));
+                           _mm512_mask_storeu_epi8(d + 3 * at + 64 * q, ~skipB[q], out);
+                         }
+                       });
 #elif defined(__AVX2__)
   i = KeyedStream24<1>(r.d, r.s, r.c, 2 * Pairs(r), r.b, vec::DarkleBytes<vec::V256>,
                        [&](int64_t at) { darkleRows(at, kMixed24); });
@@ -1013,11 +1008,9 @@ void FastMaskDarkleChan24(const RowArgs &r) {
     KeyedPairIn pr = ReadKeyedPair<3>(x, p, r.b);
     if (!pr.None() && !pr.Both()) PutMisplaced24(x, r, q);
   }
-#if !defined(__AVX512BW__)
   for (int64_t block = 0; anyOne && block < blocks; ++block) {
     if (one[block] != 0) mixed[block / 64] |= uint64_t{1} << (block % 64);
   }
-#endif
   // Then the blocks from the right: a block with few one-key pairs a pair at a time,
   // one with more whole (AVX2: not the first block, whose window's loads would start
   // before the row).
