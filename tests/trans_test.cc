@@ -209,19 +209,9 @@ std::string JoinedFrames(rkt::Rng &rng) {
   RkSurface src = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
   RkSurface dst = rkt::NewSurface(w, rng, {width, rows, width * Bpp}, Bpp, true);
   RkSurface chan = rkt::NewSurface(w, rng, {width, rows, width}, 1, false);
-  const rkt::BlitCall call{&dst,
-                           0,
-                           0,
-                           &src,
-                           0,
-                           0,
-                           width,
-                           rows,
-                           &chan,
-                           0,
-                           0,
-                           static_cast<uint32_t>(rng.Range(0, 256)),
-                           rkt::PlantKey(rng, src, Bpp)};
+  const auto a = static_cast<uint32_t>(rng.Range(0, 256));
+  const uint32_t key = rkt::PlantKey(rng, src, Bpp);
+  const rkt::BlitCall call{&dst, 0, 0, &src, 0, 0, width, rows, &chan, 0, 0, a, key};
   return rkt::CompareLevels(
       w, [&] { rkt::CallBlit(reinterpret_cast<rkt::AnyExport>(Fn), kArgs, call); });
 }
