@@ -247,10 +247,12 @@ using VB = vec::V128;
 #if defined(RK_CHAN_VEC)
 // The left pixels of pairs among 64 pixels from a pair's start.
 constexpr uint64_t kLeftPixels = 0x5555555555555555;
+#if defined(__AVX2__)
 // Each pixel's bit moved to its partner's place in the pair (pixels from a pair's start).
 constexpr uint64_t Partners(uint64_t pixels) {
   return (pixels & kLeftPixels) << 1 | (pixels >> 1 & kLeftPixels);
 }
+#endif
 // Bit j for 32-bit lane j, from the bits of a register's bytes (Bits of a lane mask).
 inline uint64_t Lanes32(uint64_t bytes) {
 #if defined(__BMI2__)
