@@ -1,6 +1,5 @@
 // Brightness blits through a random channel plane; keyed members with the harness's
 // key planted in a quarter of the source pixels.
-#include <benchmark/benchmark.h>
 
 #include <cstring>
 #include <memory>
@@ -75,7 +74,7 @@ rkb::Setup Keyed24(rkt::AnyExport fn, int elem, KeyLayout layout) {
         std::memcpy(data->dst.data() + size_t(y) * w * 3, data->copy.data() + size_t(y) * w * 3,
                     size_t(w) * 3);
       }
-      benchmark::ClobberMemory();
+      rkb::Clobber();
     };
     t.pixels = double(px);
     t.keep = data;

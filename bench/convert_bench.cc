@@ -2,7 +2,6 @@
 // against a memcpy of the larger side (an RGBLight side counts its three planes). The
 // `_Rows` variants convert it one row a call, as callers do, against a memcpy of the
 // larger side's rows one by one.
-#include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstring>
@@ -105,12 +104,12 @@ rkb::Setup MakeSetup(ConvBench b) {
         for (int32_t y = 0; y < h; ++y) {
           std::memcpy(mp->copyTo.data() + y * row, mp->copyFrom.data() + y * row, row);
         }
-        benchmark::ClobberMemory();
+        rkb::Clobber();
       };
     } else {
       t.baseline = [mp, larger] {
         std::memcpy(mp->copyTo.data(), mp->copyFrom.data(), larger);
-        benchmark::ClobberMemory();
+        rkb::Clobber();
       };
     }
     t.pixels = double(n);

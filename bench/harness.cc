@@ -1,12 +1,12 @@
 #include "harness.h"
 
-#include <benchmark/benchmark.h>
-
-#include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <random>
+#include <string>
 #include <vector>
 
+#include "module/dispatch.h"
 #include "rkpix.h"
 
 namespace rkb {
@@ -37,43 +37,7 @@ struct BlitSetup {
   Surface dst, src, chan, copySrc;
 };
 
-void RunTimed(benchmark::State &state, const Setup &setup, int32_t w, int32_t h) {
-  Timed t = setup(w, h);
-  using Clock = std::chrono::steady_clock;
-  double kernel = 0, baseline = 0;
-  for (auto _ : state) {
-    auto t0 = Clock::now();
-    t.kernel();
-    auto t1 = Clock::now();
-    // The baseline is timed in its own steady state: once untimed first, so that what
-    // the kernel left in the caches (a destination streamed past them, say) does not
-    // slow it and flatter the ratio.
-    t.baseline();
-    auto t2 = Clock::now();
-    t.baseline();
-    auto t3 = Clock::now();
-    double k = std::chrono::duration<double>(t1 - t0).count();
-    kernel += k;
-    baseline += std::chrono::duration<double>(t3 - t2).count();
-    state.SetIterationTime(k);
-  }
-  state.counters["Mpix/s"] =
-      benchmark::Counter(t.pixels * 1e-6 * static_cast<double>(state.iterations()) / kernel);
-  state.counters["x_memcpy"] = benchmark::Counter(kernel / baseline);
-}
-
 }  // namespace
-
-bool Register(const std::string &name, Setup setup) {
-  for (auto [w, h] : {std::pair{640, 480}, std::pair{1920, 1080}}) {
-    std::string full = name + "/" + std::to_string(w) + "x" + std::to_string(h);
-    benchmark::RegisterBenchmark(
-        full.c_str(), [setup, w = w, h = h](benchmark::State &s) { RunTimed(s, setup, w, h); })
-        ->UseManualTime()
-        ->Unit(benchmark::kMicrosecond);
-  }
-  return true;
-}
 
 bool RegisterBlit(const char *name, void (*fn)(), int bpp, Args args, uint32_t a, int chanElem) {
   return Register(name, [=](int32_t w, int32_t h) {
@@ -100,12 +64,33 @@ bool RegisterBlit(const char *name, void (*fn)(), int bpp, Args args, uint32_t a
         std::memcpy(s->dst.bytes.data() + size_t(y) * s->dst.rec.pitch,
                     s->copySrc.bytes.data() + size_t(y) * w * bpp, size_t(w) * bpp);
       }
-      benchmark::ClobberMemory();
+      Clobber();
     };
     t.pixels = double(w) * h;
     t.keep = s;
     return t;
   });
+}
+
+bool TakeLevelArgs(int &argc, char **argv) {
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--list-levels") == 0) {
+      std::printf("levels:");
+      auto levels = rk::AvailableLevels();
+      for (auto l = levels.rbegin(); l != levels.rend(); ++l) std::printf(" %s", rk::LevelName(*l));
+      std::printf("\n");
+      return false;
+    }
+    if (std::strncmp(argv[i], "--level=", 8) != 0) continue;
+    for (rk::Level l : rk::AvailableLevels()) {
+      if (std::string(argv[i] + 8) == rk::LevelName(l)) rk::UseLevel(l);
+    }
+    for (int j = i; j + 1 < argc; ++j) argv[j] = argv[j + 1];
+    --argc;
+    --i;
+  }
+  std::printf("rkpix level: %s\n", rk::LevelName(rk::ActiveTable().level));
+  return true;
 }
 
 }  // namespace rkb

@@ -59,8 +59,16 @@ struct Timed {
 };
 using Setup = std::function<Timed(int32_t width, int32_t height)>;
 
-// Registers `name` at 640x480 and 1920x1080.
+// Registers `name` at 640x480 and 1920x1080 (timed.cc), or for counting (count.cc).
 bool Register(const std::string &name, Setup setup);
+
+// Takes --level=NAME (ref, base, avx2, ...: run that level instead of the best one the
+// CPU runs) out of the arguments, and prints the level used. On --list-levels prints
+// the levels this CPU runs, best first, and returns false.
+bool TakeLevelArgs(int &argc, char **argv);
+
+// Tells the compiler that memory was written: a baseline's copy is not optimised away.
+inline void Clobber() { __asm__ volatile("" : : : "memory"); }
 bool RegisterBlit(const char *name, void (*fn)(), int bpp, Args args, uint32_t a, int chanElem);
 
 }  // namespace rkb

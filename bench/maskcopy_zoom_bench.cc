@@ -1,6 +1,5 @@
 // Colour-keyed copies (a quarter of the source pixels carry the key) and nearest
 // scaling.
-#include <benchmark/benchmark.h>
 
 #include <cstring>
 #include <memory>
@@ -44,7 +43,7 @@ rkb::Setup Zoom(ZoomFn fn, int bpp, bool up) {
         std::memcpy(z->dst.data() + size_t(y) * z->d.pitch, z->copySrc.data() + size_t(y) * w * bpp,
                     size_t(w) * bpp);
       }
-      benchmark::ClobberMemory();
+      rkb::Clobber();
     };
     t.pixels = double(w) * h;
     t.keep = z;
