@@ -4,7 +4,9 @@
 There is no ARM machine here, and qemu's timings mean nothing, so this counts instead:
 the aarch64 build of rkpix_count runs each benchmark's call under qemu-aarch64, which
 logs every instruction it executes (-singlestep -d exec,nochain). The second call's
-instructions (cut out between its marks) give
+instructions (cut out between its marks) on a picture of W x H and of W x 2H, the one
+subtracted from the other (so that what a call does once, or on its last row, is left
+out), give per pixel of the H rows between
 
   * instructions per pixel, of the call and of its baseline (the memcpy of the same
     rectangle), at a level (neon: the fast paths; ref: the reference walks);
@@ -113,15 +115,19 @@ def main():
     head += ['%s cycles/px (%s)' % (levels[0], cpu), 'memcpy cycles/px', 'x_memcpy (model)']
     print('| ' + ' | '.join(head) + ' |')
     print('|---|' + '--:|' * (len(head) - 1))
+    def calls(name, level, baseline=False):  # the second call's PCs at heights h and 2h
+        return [second_call(binary, mark, ['--level=' + level, name, w, str(k * int(h)), '2'] +
+                            (['--baseline'] if baseline else [])) for k in (1, 2)]
+
     for name in names:
-        call = [name, w, h, '2']
-        runs = {l: second_call(binary, mark, ['--level=' + l] + call) for l in levels}
-        base = second_call(binary, mark, call + ['--baseline'])
-        row = [name] + ['%.2f' % (len(runs[l]) / pixels) for l in levels]
-        row.append('%.2f' % (len(base) / pixels))
+        runs = {l: calls(name, l) for l in levels}
+        base = calls(name, levels[0], baseline=True)
+        row = [name] + ['%.2f' % ((len(r[1]) - len(r[0])) / pixels) for r in
+                        [runs[l] for l in levels] + [base]]
         first = runs[levels[0]]
-        if len(first) <= int(opts['mca-max']):
-            kc, bc = mca_cycles(text, first, cpu), mca_cycles(text, base, cpu)
+        if len(first[1]) <= int(opts['mca-max']):
+            kc = mca_cycles(text, first[1], cpu) - mca_cycles(text, first[0], cpu)
+            bc = mca_cycles(text, base[1], cpu) - mca_cycles(text, base[0], cpu)
             row += ['%.2f' % (kc / pixels), '%.2f' % (bc / pixels), '%.2f' % (kc / bc)]
         else:
             row += ['-', '-', '-']
