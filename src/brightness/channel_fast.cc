@@ -12,8 +12,8 @@
 #include "brightness/fast_loops.h"
 #include "module/fast.h"
 
-#if defined(__SSE2__)
-// The register forms of channel_vec.h run at this level (AVX-512BW, AVX2 or SSE2).
+#if RK_REGISTERS
+// The register forms of channel_vec.h run at this level (AVX-512BW, AVX2, SSE2 or NEON).
 #define RK_CHAN_VEC 1
 #endif
 
@@ -267,11 +267,13 @@ inline uint64_t Lanes32(uint64_t bytes) {
 // 4-byte pixels in whole registers from the left: each register of pixels becomes
 // fn(V{}, pixels, elements (ElemsPix), first pixel). When kKeyed, fn returns a Kept
 // register and the lanes it keeps are not stored (AVX-512: a masked store). Loaded
-// before stored, so the destination may be the source. Returns the pixels done.
+// before stored, so the destination may be the source. Returns the pixels done: none
+// with NEON, where the plain loops are faster (four elements a register widen poorly).
 template <int CE, bool kKeyed, class Fn>
 int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
   constexpr int kN = VB::kBytes / 4;
   int64_t i = 0;
+  if constexpr (RK_NEON) return 0;
   for (; i + kN <= count; i += kN) {
     auto out = fn(VB{}, VB::Load(s + 4 * i), vec::ElemsPix<VB, CE>(c + CE * i), i);
     uint8_t *p = d + 4 * i;
@@ -559,7 +561,7 @@ void FastLightChanBytes(const RowArgs &r) {
 template <class F>
 void FastDarkleChan1615(const RowArgs &r) {
   int64_t i = 0;
-#if defined(RK_CHAN_VEC)
+#if defined(RK_CHAN_VEC) && !RK_NEON  // with NEON the compiler's loop is faster
   i = vec::Rows16<VB, 1, false>(r.d, r.s, r.c, r.w, 0, vec::DarklePix<VB, F>);
 #endif
   MapRowChan<2, 1>(r.d + 2 * i, r.s + 2 * i, r.c + i, r.w - i,

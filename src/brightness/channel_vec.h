@@ -28,6 +28,23 @@ struct ChanOps : B {
   static T SelectEq16(T a, T b, T yes, T no) { return B::Select(B::Eq16(a, b), yes, no); }
 };
 
+#if RK_NEON
+struct V128 : ChanOps<reg::R128> {
+  static T LeftPix(T a) { return Of(vtrn1q_u32(U32(a), U32(a))); }
+  template <int CE>
+  static T Elems16(const uint8_t *c) {
+    if constexpr (CE == 2) return Load(c);
+    return Of(vmovl_u8(vld1_u8(c)));
+  }
+  template <int CE>
+  static T Elems32(const uint8_t *c) {
+    if constexpr (CE == 2) return vcombine_u8(vld1_u8(c), vdup_n_u8(0));
+    uint32_t four;
+    __builtin_memcpy(&four, c, 4);
+    return Of(vmovl_u8(vcreate_u8(four)));
+  }
+};
+#else
 struct V128 : ChanOps<reg::R128> {
   static T LeftPix(T a) { return _mm_shuffle_epi32(a, 0xA0); }
   template <int CE>
@@ -43,6 +60,7 @@ struct V128 : ChanOps<reg::R128> {
     return _mm_unpacklo_epi8(_mm_cvtsi32_si128(four), Zero());
   }
 };
+#endif
 #endif
 
 #if defined(__AVX2__)
@@ -172,9 +190,15 @@ struct Kept {
 // runs in sprites, so most registers take one of the first two.
 template <class V, class Dst, class Put>
 inline void StoreKept(const Kept<V> &k, Dst dst, Put put) {
+#if RK_NEON
+  // Two reductions: NEON has no one instruction for Bits.
+  if (V::All(k.keep)) return;
+  put(V::Any(k.keep) ? V::Select(k.keep, dst(), k.v) : k.v);
+#else
   uint64_t bits = V::Bits(k.keep);
   if (bits == V::kAll) return;
   put(bits == 0 ? k.v : V::Select(k.keep, dst(), k.v));
+#endif
 }
 
 // Destination pixel i = fn(source pixel i, element i) for whole registers of 16-bit
@@ -201,7 +225,7 @@ int64_t Rows16(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, ui
 #endif
     // A register of key pixels only is left alone.
     auto keep = V::Eq16(p, k);
-    if (V::Bits(keep) == V::kAll) continue;
+    if (V::All(keep)) continue;
     StoreKept<V>(
         {fn(p, e()), keep}, [&] { return V::Load(d + 2 * i); },
         [&](typename V::T x) { V::Store(d + 2 * i, x); });

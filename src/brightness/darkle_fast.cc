@@ -13,7 +13,7 @@ void FastDarkle1615(const RowArgs &r) {
   DarkleLoneStep<F>(Row<RawMem>{r, {}, {}, {}});
   uint32_t k = LevelScale16(r.a);
   int64_t n = Pairs(r) * 4, done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS
   done = simd::MapVectors(
       r.d, r.s, n, [kv = simd::R::Set16(k)](simd::V w) { return simd::DarkleLanes<F>(w, kv); });
 #endif
@@ -26,7 +26,7 @@ template <int Bpp>
 void FastDarkleBytes(const RowArgs &r) {
   uint32_t s = ByteScale(r.a);
   int64_t n = Bytes(r, Bpp), done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS && !RK_NEON  // with NEON the compiler's loop is faster
   done = simd::MapVectors(r.d, r.s, n,
                           [sv = simd::R::Set16(s)](simd::V w) { return simd::DarkleBytes(w, sv); });
 #endif

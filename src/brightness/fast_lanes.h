@@ -14,7 +14,7 @@ RK_NS_BEGIN
 namespace bright {
 namespace simd {
 
-#if defined(__SSE2__)
+#if RK_REGISTERS
 
 // The three fields of a 16/15-bit pixel from vectors holding each in its place (other
 // bits of r, g and b are not looked at); bit 15 is 0 at depth 15.
@@ -149,7 +149,7 @@ template <class Fn>
 inline int64_t MapVectors(uint8_t *d, const uint8_t *s, int64_t bytes, Fn fn) {
   return EachVector(bytes, [&](int64_t o) { R::Store(d + o, fn(Loaded(s + o))); });
 }
-#endif  // __SSE2__
+#endif  // RK_REGISTERS
 
 }  // namespace simd
 }  // namespace bright

@@ -1,5 +1,5 @@
 // The brightness rows' register (the level's widest, module/registers.h) and their
-// stores of some bytes or lanes only. Where no x86 vector unit is known, kSimd is
+// stores of some bytes or lanes only. Where no vector unit is known, kSimd is
 // false and the rows keep their plain loops.
 // Only fast translation units include this.
 #pragma once
@@ -39,7 +39,7 @@ inline void StoreBytes(uint8_t *p, V v, uint64_t bits) {
 // Lanes marked in eq keep the destination's value; nothing is stored where all are.
 template <class Fn>
 inline void StoreWhereNot(uint8_t *p, V eq, Fn value) {
-  if (R::Bits(eq) == R::kAll) return;
+  if (R::All(eq)) return;
   R::Store(p, R::Select(eq, R::Load(p), value()));
 }
 template <class Fn>

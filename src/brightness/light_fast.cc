@@ -14,7 +14,7 @@ template <class F>
 void FastLight1615(const RowArgs &r) {
   uint32_t k = LevelScale16(r.a);
   int64_t done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS
   done = simd::MapVectors(r.d, r.s, Bytes(r, 2), [kv = simd::R::Set16(k)](simd::V w) {
     return simd::LightLanes<F>(w, kv);
   });
@@ -27,7 +27,7 @@ void FastLight24(const RowArgs &r) {
   Light24SourceGroup(Row<RawMem>{r, {}, {}, {}});
   uint32_t s = ByteScale(r.a);
   int64_t n = (Bytes(r, 3) >> 3) * 8, done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS
   done = simd::MapVectors(r.d, r.s, n,
                           [sv = simd::R::Set16(s)](simd::V w) { return simd::LightBytes(w, sv); });
 #endif
@@ -38,7 +38,7 @@ void FastLight32(const RowArgs &r) {
   Light32Stamp(Row<RawMem>{r, {}, {}, {}});
   uint32_t s = ByteScale(r.a);
   int64_t n = Pairs(r) * 8, done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS
   done = simd::MapVectors(r.d, r.s, n, [sv = simd::R::Set16(s)](simd::V w) {
     return simd::R::And(simd::LightBytes(w, sv), simd::R::Set32(0xFFFF));
   });

@@ -21,7 +21,7 @@ Row<RawMem> Raw(const RowArgs &r) { return Row<RawMem>{r, {}, {}, {}}; }
 template <class Lanes, class Lane>
 void MaskGroups1615(const RowArgs &r, Lanes lanes, Lane lane) {
   int64_t n = (r.w >> 2) * 8, done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS
   simd::V key = simd::R::Set16(Key16(r));
   done = simd::EachVector(n, [&](int64_t o) {
     simd::V w = simd::Loaded(r.s + o);
@@ -37,7 +37,7 @@ template <class F>
 void FastMaskLight1615(const RowArgs &r) {
   MaskLightEnd<F>(Raw(r));
   uint32_t k = LevelScale16(r.a);
-#if defined(__SSE2__)
+#if RK_REGISTERS
   auto lanes = [kv = simd::R::Set16(k)](simd::V w) { return simd::MaskLightLanes<F>(w, kv); };
 #else
   int lanes = 0;
@@ -49,7 +49,7 @@ template <class F>
 void FastMaskDarkle1615(const RowArgs &r) {
   MaskDarkleEnd<F>(Raw(r));
   uint32_t k = LevelScale16(r.a);
-#if defined(__SSE2__)
+#if RK_REGISTERS
   auto lanes = [kv = simd::R::Set16(k)](simd::V w) { return simd::DarkleLanes<F, true>(w, kv); };
 #else
   int lanes = 0;
@@ -63,7 +63,7 @@ void FastMaskLight24(const RowArgs &r) {
   uint32_t s = r.a;
   MaskLone24(Raw(r), [s](uint32_t v) { return SatByte(v, s); });
   int64_t done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS && !RK_NEON  // with NEON the plain pairs are faster
   // Whole blocks of pairs, the last one ending with the last pair: every byte of a
   // non-key pixel drawn.
   uint8_t *const dst = r.d;
@@ -94,7 +94,7 @@ void FastMaskLight32(const RowArgs &r) {
   auto f = [s](uint32_t v) { return SatByte(v, s); };
   MaskLone32(Raw(r), f);
   int64_t n = Pairs(r) * 8, done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS
   simd::V key = simd::R::Set32(Key24(r)), colour = simd::R::Set32(kColourBytes),
           sv = simd::R::Set16(s);
   done = simd::EachVector(n, [&](int64_t o) {
@@ -115,7 +115,7 @@ void FastMaskDarkle32(const RowArgs &r) {
     return DarkleByte2(px & 0xFFFF, s) | DarkleByte2(px >> 16, s) << 16;
   };
   int64_t done = 0;
-#if defined(__SSE2__)
+#if RK_REGISTERS
   // A key pixel keeps the destination; a pixel whose partner is the key loses byte 3.
   simd::V kv = simd::R::Set32(key), colour = simd::R::Set32(kColourBytes), sv = simd::R::Set16(s),
           top = simd::R::Set32(0xFF000000u);
@@ -147,7 +147,7 @@ void FastMaskDarkle24(const RowArgs &r) {
   MaskLone24(raw, [s](uint32_t v) { return DarkleByte(v, s); });
   int64_t h = Pairs(r);
   if ((r.w & 1) && h > 0) MaskDarkle24Pair(raw, h--, true);
-#if defined(__SSE2__)
+#if RK_REGISTERS && !RK_NEON  // with NEON the chunks of plain pairs are faster
   uint8_t *const dst = r.d;
   const uint8_t *const src = r.s;
   auto draw = [sv = simd::R::Set16(s)](simd::V px) { return simd::DarkleBytes(px, sv); };

@@ -1,9 +1,11 @@
-// The x86 vector registers of the fast rows, behind one set of operation names for
-// every width: R128 (SSE2), R256 (AVX2) and R512 (AVX-512BW), each defined where the
-// level's instruction set has it, and R, the widest one the level has. The families
-// build their formulas on these names and add only what is theirs (channel widening,
-// byte packing, key masks). Without an x86 vector unit nothing is defined and
-// RK_REGISTERS is 0; the rows keep their plain loops.
+// The vector registers of the fast rows, behind one set of operation names for every
+// width: R128 (SSE2, or NEON on aarch64), R256 (AVX2) and R512 (AVX-512BW), each
+// defined where the level's instruction set has it, and R, the widest one the level
+// has. The families build their formulas on these names and add only what is theirs
+// (channel widening, byte packing, key masks). Without a vector unit nothing is
+// defined and RK_REGISTERS is 0; the rows keep their plain loops. RK_NEON is 1 in the
+// NEON build, where some rows keep their plain loops all the same: the compiler's own
+// NEON loops are faster there (tools/neon_count.py measures which).
 //
 // The operations, on registers of T:
 //   Load, Store        unaligned, whole register
@@ -16,7 +18,8 @@
 //   Select(m, a, b)    m ? a : b, for masks of whole lanes
 //   SwapPairs32        32-bit lanes 0 1 2 3 ... as 1 0 3 2 ...
 //   Lo16(a, b)         16-bit lanes of the low halves of each 128 bits, interleaved
-//   Bits(m)            bit i from byte i's top bit; kAll is Bits of all ones; Any(m)
+//   Bits(m)            bit i from byte i's top bit; kAll is Bits of all ones; Any(m),
+//                      All(m) for masks of whole bytes
 //   EqBits8(a, b)      Bits(Eq8(a, b))
 //   BytesOf(bits)      the other way: 0xFF in byte i where bit i is set
 //   Shuffle8, PermD    byte shuffle within 128 bits, 32-bit permute (256 and 512 only)
@@ -46,8 +49,15 @@
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 #define RK_REGISTERS 1
+#elif defined(__aarch64__) && defined(__ARM_NEON)
+#include <arm_neon.h>
+#define RK_REGISTERS 1
+#define RK_NEON 1
 #else
 #define RK_REGISTERS 0
+#endif
+#if !defined(RK_NEON)
+#define RK_NEON 0
 #endif
 
 #include "module/isa.h"
@@ -57,6 +67,24 @@ namespace reg {
 
 #if RK_REGISTERS
 
+// The eight bytes of each eight bits: 0xFF where the bit is set.
+struct ByteMasks {
+  uint64_t of[256];
+  constexpr ByteMasks() : of() {
+    for (int b = 0; b < 256; ++b) {
+      for (int i = 0; i < 8; ++i) of[b] |= (b >> i & 1) ? uint64_t{0xFF} << (8 * i) : 0;
+    }
+  }
+};
+inline constexpr ByteMasks kByteMasks{};
+// The byte shuffles that spread four 3-byte pixels of 16 bytes to 32-bit lanes and
+// join them back, for each 128 bits of the wider registers.
+inline constexpr int8_t kSpread24[16] = {0, 1, 2, -128, 3, 4,  5,  -128,
+                                         6, 7, 8, -128, 9, 10, 11, -128};
+inline constexpr int8_t kJoin24[16] = {0,  1,  2,  4,  5,    6,    8,    9,
+                                       10, 12, 13, 14, -128, -128, -128, -128};
+
+#if defined(__SSE2__)
 // The operations SSE2 and AVX2 spell alike, with RK_MM(op) and RK_SI(op) naming
 // the width's intrinsics.
 #define RK_REG_COMMON_OPS                                                              \
@@ -108,7 +136,8 @@ namespace reg {
   static uint64_t Bits(T m) { return static_cast<uint32_t>(RK_MM(movemask_epi8)(m)); } \
   static uint64_t EqBits8(T a, T b) { return Bits(Eq8(a, b)); }                        \
   static constexpr uint64_t kAll = (uint64_t{1} << kBytes) - 1;                        \
-  static bool Any(T m) { return Bits(m) != 0; }
+  static bool Any(T m) { return Bits(m) != 0; }                                        \
+  static bool All(T m) { return Bits(m) == kAll; }
 
 struct R128 {
   using T = __m128i;
@@ -121,8 +150,13 @@ struct R128 {
   // Unsigned minimum from a saturating subtraction: a - max(a - b, 0).
   static T MinU16(T a, T b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
   static T Select(T m, T a, T b) { return Or(And(m, a), AndNot(m, b)); }
+  static T Set64x2(uint64_t lo, uint64_t hi) {
+    return _mm_set_epi64x(static_cast<int64_t>(hi), static_cast<int64_t>(lo));
+  }
   // Eight bits at a time from a table.
-  static T BytesOf(uint64_t bits);
+  static T BytesOf(uint64_t bits) {
+    return Set64x2(kByteMasks.of[bits & 0xFF], kByteMasks.of[bits >> 8 & 0xFF]);
+  }
   // No byte shuffle: pixels 1..3 come down by whole-register byte shifts and are
   // interleaved; on the way back each 64-bit half joins its two pixels into 6 bytes.
   static constexpr int kOver24 = 4;
@@ -141,27 +175,114 @@ struct R128 {
   }
 };
 
-// The eight bytes of each eight bits: 0xFF where the bit is set.
-struct ByteMasks {
-  uint64_t of[256];
-  constexpr ByteMasks() : of() {
-    for (int b = 0; b < 256; ++b) {
-      for (int i = 0; i < 8; ++i) of[b] |= (b >> i & 1) ? uint64_t{0xFF} << (8 * i) : 0;
-    }
+#else   // RK_NEON
+// The same names on NEON's 128-bit registers, held as 16 bytes and reinterpreted per
+// operation (no instruction). Shifts by 0 or by the lane's width and more give what
+// SSE2's do. Bits has no single instruction here: each byte's top bit is moved to its
+// place in its half and the halves summed.
+struct R128 {
+  using T = uint8x16_t;
+  static constexpr int kBytes = 16;
+  static uint16x8_t U16(T a) { return vreinterpretq_u16_u8(a); }
+  static int16x8_t S16(T a) { return vreinterpretq_s16_u8(a); }
+  static uint32x4_t U32(T a) { return vreinterpretq_u32_u8(a); }
+  static T Of(uint16x8_t a) { return vreinterpretq_u8_u16(a); }
+  static T Of(int16x8_t a) { return vreinterpretq_u8_s16(a); }
+  static T Of(uint32x4_t a) { return vreinterpretq_u8_u32(a); }
+  static T Of(uint64x2_t a) { return vreinterpretq_u8_u64(a); }
+
+  static T Load(const void *p) { return vld1q_u8(static_cast<const uint8_t *>(p)); }
+  static void Store(void *p, T v) { vst1q_u8(static_cast<uint8_t *>(p), v); }
+  static T Zero() { return vdupq_n_u8(0); }
+  static T Set16(uint32_t x) { return Of(vdupq_n_u16(static_cast<uint16_t>(x))); }
+  static T Set32(uint32_t x) { return Of(vdupq_n_u32(x)); }
+  static T Set64(uint64_t x) { return Of(vdupq_n_u64(x)); }
+  static T Set64x2(uint64_t lo, uint64_t hi) {
+    return Of(vcombine_u64(vcreate_u64(lo), vcreate_u64(hi)));
+  }
+  static T And(T a, T b) { return vandq_u8(a, b); }
+  static T Or(T a, T b) { return vorrq_u8(a, b); }
+  static T Or3(T a, T b, T c) { return Or(Or(a, b), c); }
+  static T Xor(T a, T b) { return veorq_u8(a, b); }
+  static T AndNot(T a, T b) { return vbicq_u8(b, a); }
+  static T Add16(T a, T b) { return Of(vaddq_u16(U16(a), U16(b))); }
+  static T Sub16(T a, T b) { return Of(vsubq_u16(U16(a), U16(b))); }
+  static T Sub8(T a, T b) { return vsubq_u8(a, b); }
+  static T AddsU16(T a, T b) { return Of(vqaddq_u16(U16(a), U16(b))); }
+  static T Mullo16(T a, T b) { return Of(vmulq_u16(U16(a), U16(b))); }
+  static T MulhiU16(T a, T b) {
+    const uint32x4_t lo = vmull_u16(vget_low_u16(U16(a)), vget_low_u16(U16(b)));
+    const uint32x4_t hi = vmull_high_u16(U16(a), U16(b));
+    return Of(vuzp2q_u16(vreinterpretq_u16_u32(lo), vreinterpretq_u16_u32(hi)));
+  }
+  static T MulhiS16(T a, T b) {
+    const int32x4_t lo = vmull_s16(vget_low_s16(S16(a)), vget_low_s16(S16(b)));
+    const int32x4_t hi = vmull_high_s16(S16(a), S16(b));
+    return Of(vuzp2q_s16(vreinterpretq_s16_s32(lo), vreinterpretq_s16_s32(hi)));
+  }
+  static T MinS16(T a, T b) { return Of(vminq_s16(S16(a), S16(b))); }
+  static T MinU16(T a, T b) { return Of(vminq_u16(U16(a), U16(b))); }
+  template <int N>
+  static T Srl16(T a) {
+    if constexpr (N == 0) return a;
+    if constexpr (N >= 16) return Zero();
+    if constexpr (N > 0 && N < 16) return Of(vshrq_n_u16(U16(a), N));
+  }
+  template <int N>
+  static T Sll16(T a) {
+    if constexpr (N == 0) return a;
+    if constexpr (N >= 16) return Zero();
+    if constexpr (N > 0 && N < 16) return Of(vshlq_n_u16(U16(a), N));
+  }
+  template <int N>
+  static T Sra16(T a) {
+    if constexpr (N == 0) return a;
+    if constexpr (N > 0) return Of(vshrq_n_s16(S16(a), N < 16 ? N : 15));
+  }
+  template <int N>
+  static T Sll32(T a) {
+    if constexpr (N == 0) return a;
+    if constexpr (N >= 32) return Zero();
+    if constexpr (N > 0 && N < 32) return Of(vshlq_n_u32(U32(a), N));
+  }
+  template <int N>
+  static T Srl32(T a) {
+    if constexpr (N == 0) return a;
+    if constexpr (N >= 32) return Zero();
+    if constexpr (N > 0 && N < 32) return Of(vshrq_n_u32(U32(a), N));
+  }
+  static T Eq8(T a, T b) { return vceqq_u8(a, b); }
+  static T Eq16(T a, T b) { return Of(vceqq_u16(U16(a), U16(b))); }
+  static T Eq32(T a, T b) { return Of(vceqq_u32(U32(a), U32(b))); }
+  static T Gt16(T a, T b) { return Of(vcgtq_s16(S16(a), S16(b))); }
+  static T Select(T m, T a, T b) { return vbslq_u8(m, a, b); }
+  static T SwapPairs32(T a) { return Of(vrev64q_u32(U32(a))); }
+  static T Lo16(T a, T b) { return Of(vzip1q_u16(U16(a), U16(b))); }
+  static uint64_t Bits(T m) {
+    const int8x16_t place = {0, 1, 2, 3, 4, 5, 6, 7, 0, 1, 2, 3, 4, 5, 6, 7};
+    const uint8x16_t b = vshlq_u8(vshrq_n_u8(m, 7), place);
+    return vaddv_u8(vget_low_u8(b)) | static_cast<uint64_t>(vaddv_u8(vget_high_u8(b))) << 8;
+  }
+  static uint64_t EqBits8(T a, T b) { return Bits(Eq8(a, b)); }
+  static constexpr uint64_t kAll = 0xFFFF;
+  // For masks of whole bytes, as every mask here is.
+  static bool Any(T m) { return vmaxvq_u8(m) != 0; }
+  static bool All(T m) { return vminvq_u8(m) == 0xFF; }
+  static T BytesOf(uint64_t bits) {
+    return Set64x2(kByteMasks.of[bits & 0xFF], kByteMasks.of[bits >> 8 & 0xFF]);
+  }
+  // A table lookup takes 0 for the tables' out-of-range (-128) entries.
+  static constexpr int kOver24 = 4;
+  static T Spread24(const uint8_t *p) {
+    return vqtbl1q_u8(Load(p), vreinterpretq_u8_s8(vld1q_s8(kSpread24)));
+  }
+  static void Join24(uint8_t *p, T v) {
+    const T out = vqtbl1q_u8(v, vreinterpretq_u8_s8(vld1q_s8(kJoin24)));
+    vst1_u8(p, vget_low_u8(out));
+    vst1q_lane_u32(reinterpret_cast<uint32_t *>(p + 8), U32(out), 2);
   }
 };
-inline constexpr ByteMasks kByteMasks{};
-inline R128::T R128::BytesOf(uint64_t bits) {
-  return _mm_set_epi64x(static_cast<int64_t>(kByteMasks.of[bits >> 8 & 0xFF]),
-                        static_cast<int64_t>(kByteMasks.of[bits & 0xFF]));
-}
-
-// The byte shuffles that spread four 3-byte pixels of 16 bytes to 32-bit lanes and
-// join them back, for each 128 bits of the wider registers.
-inline constexpr int8_t kSpread24[16] = {0, 1, 2, -128, 3, 4,  5,  -128,
-                                         6, 7, 8, -128, 9, 10, 11, -128};
-inline constexpr int8_t kJoin24[16] = {0,  1,  2,  4,  5,    6,    8,    9,
-                                       10, 12, 13, 14, -128, -128, -128, -128};
+#endif  // __SSE2__
 
 #if defined(__AVX2__)
 struct R256 {
@@ -260,6 +381,7 @@ struct R512 {
   static uint64_t EqBits8(T a, T b) { return _mm512_cmpeq_epi8_mask(a, b); }
   static constexpr uint64_t kAll = ~uint64_t{0};
   static bool Any(T m) { return _mm512_test_epi8_mask(m, m) != 0; }
+  static bool All(T m) { return Bits(m) == kAll; }
   static T BytesOf(uint64_t bits) { return _mm512_movm_epi8(bits); }
   static T Shuffle8(T a, T idx) { return _mm512_shuffle_epi8(a, idx); }
   static T PermD(T a, T idx) { return _mm512_permutexvar_epi32(idx, a); }
@@ -345,7 +467,8 @@ inline typename V::T KeyPattern24(uint32_t key, int phase) {
       const uint64_t k = key & 0xFFFFFF, turned = (k >> 8 * q | k << (24 - 8 * q)) & 0xFFFFFF;
       return static_cast<int64_t>(turned * 0x0001000001000001ull);
     };
-    return _mm_set_epi64x(word((phase + 8) % 3), word(phase % 3));
+    return V::Set64x2(static_cast<uint64_t>(word(phase % 3)),
+                      static_cast<uint64_t>(word((phase + 8) % 3)));
   } else {
     return V::Shuffle8(V::Set32(key), V::Load(kThirds.of + phase));
   }
@@ -439,7 +562,11 @@ struct Key24Spread {
 template <class V = R>
 inline typename V::T Loaded(const void *p) {
   typename V::T v = V::Load(p);
+#if RK_NEON
+  __asm__("" : "+w"(v));
+#else
   __asm__("" : "+x"(v));
+#endif
   return v;
 }
 

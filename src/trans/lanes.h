@@ -1,5 +1,5 @@
-// Whole-register bodies of the translucent fast rows, one copy per x86-64 level
-// (AVX-512BW, AVX2, SSE2). Each body runs the row from its left end in steps of a
+// Whole-register bodies of the translucent fast rows, one copy per level with vectors
+// (AVX-512BW, AVX2, SSE2, NEON). Each body runs the row from its left end in steps of a
 // register and returns how many pixels (or bytes) it did; the caller's plain loop
 // finishes the rest. Every body computes exactly the lane formulas of blend.h.
 // Without a register type (other architectures) the plain loops do everything.
@@ -35,6 +35,13 @@ struct V : reg::R {
   static T Chan32(const uint8_t *c) {
     return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(c)));
   }
+#elif RK_NEON
+  static T Chan16(const uint8_t *c) { return Of(vmovl_u8(vld1_u8(c))); }
+  static T Chan32(const uint8_t *c) {
+    uint32_t v;
+    __builtin_memcpy(&v, c, 4);
+    return Of(vmovl_u16(vget_low_u16(vmovl_u8(vcreate_u8(v)))));
+  }
 #else
   static T Chan16(const uint8_t *c) {
     return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const T *>(c)), Zero());
@@ -48,6 +55,11 @@ struct V : reg::R {
 };
 
 using VT = V::T;
+
+// Whether a row of Mode runs the register bodies. With NEON only the keyed rows do:
+// the compiler's own loops are as fast or faster for the others there.
+template <class Mode>
+inline constexpr bool kLanesFor = !RK_NEON || Mode::kKeyed;
 
 // LaneBlend<F, B> on every 16-bit lane, with the weights in w (0..31: the form below
 // needs them).

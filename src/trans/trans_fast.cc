@@ -46,7 +46,7 @@ template <int Bpp, class Mode>
 template <class F, class Mode>
 void Groups16(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
 #if RK_TRANS_LANES
-  Past<2, Mode>(GroupsLanes<F, Mode>(d, s, c, n, a, b), d, s, c, n);
+  if constexpr (kLanesFor<Mode>) Past<2, Mode>(GroupsLanes<F, Mode>(d, s, c, n, a, b), d, s, c, n);
 #endif
   constexpr Blue kBlue = Shape16<F, Mode>::kGroupBlue;
   const uint16_t uniform = static_cast<uint16_t>(a >> 3), key = static_cast<uint16_t>(b);
@@ -88,7 +88,7 @@ void Row16(const RowArgs &a) {
 // Bytes [0, n) with one weight.
 void Bytes(uint8_t *d, const uint8_t *s, int64_t n, uint16_t w) {
   int64_t i = 0;
-#if RK_TRANS_LANES && !defined(__AVX512BW__)  // at AVX-512 the compiler's loop is faster
+#if RK_TRANS_LANES && !defined(__AVX512BW__) && !RK_NEON  // there the compiler's loop is faster
   i = BytesLanes(d, s, n, w);
 #endif
   for (; i < n; ++i) d[i] = ByteBlend(s[i], d[i], w);
@@ -145,7 +145,7 @@ template <class Mode>
 void Pairs32(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
   const uint64_t key = b & kColourBytes, uniform = (a & 0xFFFF) * 0x0001000100010001ull;
 #if RK_TRANS_LANES
-  Past<4, Mode>(Pairs32Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
+  if constexpr (kLanesFor<Mode>) Past<4, Mode>(Pairs32Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
 #endif
   uint16_t w[2 * kBlock], keep[2 * kBlock];  // per 16-bit lane
   auto *wq = reinterpret_cast<uint8_t *>(w), *kq = reinterpret_cast<uint8_t *>(keep);
