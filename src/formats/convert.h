@@ -272,7 +272,7 @@ inline Io Advance(Io io, size_t at) {
 // the member's own loop.
 template <class K>
 inline void WidenedLoop([[maybe_unused]] const Io &io, [[maybe_unused]] size_t n) {
-#if RK_TRIPLE_MOVES
+#if RK_TRIPLE_WORDS
   constexpr int ts = TripleAt(K::kSrc), td = TripleAt(K::kDst);
   static_assert(ts < 0 || td < 0, "one 3-byte side at most");
   constexpr size_t kBlock = 256;
@@ -294,6 +294,12 @@ inline void WidenedLoop([[maybe_unused]] const Io &io, [[maybe_unused]] size_t n
   }
 #endif
 }
+
+// With NEON the compiler's own loops over 3-byte elements are mostly as fast as the
+// moves through words: only the members set here take the moves there (the others
+// counted slower with them, tools/neon_count.py).
+template <class K>
+inline constexpr bool kNeonWords = false;
 
 // How many elements to convert first so that the main loop reads the first source
 // array from 64-byte boundaries (a load across two cache lines costs most when the
@@ -319,7 +325,7 @@ inline void FastLoop(size_t n, uint8_t *__restrict d0, uint8_t *__restrict d1,
   const size_t body = K::kPairs ? n & ~size_t{1} : n;
   const size_t head = AlignedStart<K>(io, body);
   DenseLoop<K>(io, head);
-  if constexpr (kHasTriples<K> && kTripleMoves) {
+  if constexpr (kHasTriples<K> && kTripleMoves && (!RK_NEON || kNeonWords<K>)) {
     WidenedLoop<K>(Advance<K>(io, head), body - head);
   } else {
     DenseLoop<K>(Advance<K>(io, head), body - head);

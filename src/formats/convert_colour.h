@@ -98,6 +98,10 @@ struct Color24ToColor32 : BytesToBytes<kTriple, kQuad> {};
 struct Color32ToColor16 : BytesToColor16<kQuad> {};
 struct Color32ToColor15 : BytesToColor15<kQuad> {};
 struct Color32ToColor24 : BytesToBytes<kQuad, kTriple> {};
+template <>
+inline constexpr bool kNeonWords<Color24ToColor16> = true;
+template <>
+inline constexpr bool kNeonWords<Color24ToColor15> = true;
 
 }  // namespace conv
 RK_NS_END

@@ -92,6 +92,10 @@ struct Color15ToLight : Paired {
 };
 struct Color24ToTrans : BytesToGrey<kTriple, kByte> {};
 struct Color24ToLight : BytesToGrey<kTriple, kWord> {};
+template <>
+inline constexpr bool kNeonWords<Color24ToTrans> = true;
+template <>
+inline constexpr bool kNeonWords<Color24ToLight> = true;
 struct Color32ToTrans : BytesToGrey<kQuad, kByte> {};
 struct Color32ToLight : BytesToGrey<kQuad, kWord> {};
 struct TransToColor16 : Level<Paired, kByte, kWord, ReadTrans, Grey565> {};

@@ -163,6 +163,8 @@ struct RGBLight16ToColor24 : OutOfPlanes<PairedBFromSrcG, kTriple> {
                  ReadRGBLight16(in.v[0]) << 3)}};
   }
 };
+template <>
+inline constexpr bool kNeonWords<RGBLight16ToColor24> = true;
 struct RGBLight16ToColor32 : OutOfPlanes<PairedBFromSrcG, kQuad> {
   static constexpr uint32_t Map(const Px &p) { return HighBytes(p); }
 };
