@@ -279,7 +279,8 @@ struct R128 {
   static void Join24(uint8_t *p, T v) {
     const T out = vqtbl1q_u8(v, vreinterpretq_u8_s8(vld1q_s8(kJoin24)));
     vst1_u8(p, vget_low_u8(out));
-    vst1q_lane_u32(reinterpret_cast<uint32_t *>(p + 8), U32(out), 2);
+    const uint32_t last = vgetq_lane_u32(U32(out), 2);
+    __builtin_memcpy(p + 8, &last, 4);
   }
 };
 #endif  // __SSE2__
