@@ -69,6 +69,7 @@ bool TakeLevelArgs(int &argc, char **argv);
 
 // Tells the compiler that memory was written: a baseline's copy is not optimised away.
 inline void Clobber() { __asm__ volatile("" : : : "memory"); }
+
 bool RegisterBlit(const char *name, void (*fn)(), int bpp, Args args, uint32_t a, int chanElem);
 
 }  // namespace rkb
