@@ -177,9 +177,8 @@ struct R128 {
 
 #else   // RK_NEON
 // The same names on NEON's 128-bit registers, held as 16 bytes and reinterpreted per
-// operation (no instruction). Shifts by 0 or by the lane's width and more give what
-// SSE2's do. Bits has no single instruction here: each byte's top bit is moved to its
-// place in its half and the halves summed.
+// operation (no instruction). Bits has no single instruction here: each byte's top bit is moved to
+// its place in its half and the halves summed.
 struct R128 {
   using T = uint8x16_t;
   static constexpr int kBytes = 16;
@@ -222,34 +221,27 @@ struct R128 {
   }
   static T MinS16(T a, T b) { return Of(vminq_s16(S16(a), S16(b))); }
   static T MinU16(T a, T b) { return Of(vminq_u16(U16(a), U16(b))); }
+  // Shifts by a register of counts (negative: rightwards), which give SSE2's results
+  // for a count of 0 and of the lane's width and more alike.
   template <int N>
   static T Srl16(T a) {
-    if constexpr (N == 0) return a;
-    if constexpr (N >= 16) return Zero();
-    if constexpr (N > 0 && N < 16) return Of(vshrq_n_u16(U16(a), N));
+    return Of(vshlq_u16(U16(a), vdupq_n_s16(-N)));
   }
   template <int N>
   static T Sll16(T a) {
-    if constexpr (N == 0) return a;
-    if constexpr (N >= 16) return Zero();
-    if constexpr (N > 0 && N < 16) return Of(vshlq_n_u16(U16(a), N));
+    return Of(vshlq_u16(U16(a), vdupq_n_s16(N)));
   }
   template <int N>
   static T Sra16(T a) {
-    if constexpr (N == 0) return a;
-    if constexpr (N > 0) return Of(vshrq_n_s16(S16(a), N < 16 ? N : 15));
+    return Of(vshlq_s16(S16(a), vdupq_n_s16(-N)));
   }
   template <int N>
   static T Sll32(T a) {
-    if constexpr (N == 0) return a;
-    if constexpr (N >= 32) return Zero();
-    if constexpr (N > 0 && N < 32) return Of(vshlq_n_u32(U32(a), N));
+    return Of(vshlq_u32(U32(a), vdupq_n_s32(N)));
   }
   template <int N>
   static T Srl32(T a) {
-    if constexpr (N == 0) return a;
-    if constexpr (N >= 32) return Zero();
-    if constexpr (N > 0 && N < 32) return Of(vshrq_n_u32(U32(a), N));
+    return Of(vshlq_u32(U32(a), vdupq_n_s32(-N)));
   }
   static T Eq8(T a, T b) { return vceqq_u8(a, b); }
   static T Eq16(T a, T b) { return Of(vceqq_u16(U16(a), U16(b))); }
