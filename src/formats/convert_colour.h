@@ -102,6 +102,10 @@ template <>
 inline constexpr bool kNeonWords<Color24ToColor16> = true;
 template <>
 inline constexpr bool kNeonWords<Color24ToColor15> = true;
+template <>
+inline constexpr bool kNeonWords<Color16ToColor24> = true;
+template <>
+inline constexpr bool kNeonWords<Color15ToColor24> = true;
 
 }  // namespace conv
 RK_NS_END

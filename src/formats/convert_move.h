@@ -2,8 +2,8 @@
 // stride) and 32-bit words, for the fast walks. Pure data movement: the formulas
 // stay in the members. Built with AVX-512 byte masks and word permutes where the
 // level has them, with SSE2 pair moves on the other x86-64 levels, with NEON's
-// structure loads and stores on aarch64 (RK_TRIPLE_WORDS says where there are such
-// moves); elsewhere the fast walks address the bytes directly.
+// structure moves and table lookups on aarch64 (RK_TRIPLE_WORDS says where there are
+// such moves); elsewhere the fast walks address the bytes directly.
 #pragma once
 
 #include <cstddef>
@@ -284,10 +284,41 @@ inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t tota
 // At a stride of 3, sixteen elements a step: a structure load parts their 48 bytes
 // into three registers of first, second and third bytes, and a four-register
 // structure store with a register of zeros writes them as 16 words (and back the
-// other way). Neither reads or writes a byte outside the elements. At a stride of 5,
-// one element at a time.
+// other way). Neither reads or writes a byte outside the elements.
+//
+// At a stride of 5, sixteen elements a step through table lookups over two registers:
+// their 80 bytes are five registers, and each register of four words takes its
+// elements' bytes from the two that hold them (an index past the table gives 0, the
+// fourth byte). The way back looks each register of 16 bytes up in the two registers
+// of words that hold its elements, and the lookup leaves a gap byte, whose index lies
+// past the table, as it was loaded: gap bytes are read and written back unchanged.
+struct Stride5Lookups {
+  uint8_t load[4][16];   // word byte -> byte of registers k, k + 1
+  uint8_t store[5][16];  // output byte -> byte of word registers base[j], base[j] + 1
+  int base[5];
+};
+constexpr Stride5Lookups MakeStride5Lookups() {
+  Stride5Lookups t{};
+  for (int k = 0; k < 4; ++k) {
+    for (int m = 0; m < 16; ++m) {
+      const int e = 4 * k + m / 4, b = m % 4;
+      t.load[k][m] = static_cast<uint8_t>(b < 3 ? 5 * e + b - 16 * k : 0xFF);
+    }
+  }
+  for (int j = 0; j < 5; ++j) {
+    const int first = 16 * j / 5;  // the element of the register's first byte
+    t.base[j] = 4 * first / 16 < 2 ? 4 * first / 16 : 2;
+    for (int m = 0; m < 16; ++m) {
+      const int o = 16 * j + m, e = o / 5, b = o % 5;
+      t.store[j][m] = static_cast<uint8_t>(b < 3 ? 4 * e + b - 16 * t.base[j] : 0xFF);
+    }
+  }
+  return t;
+}
+inline constexpr Stride5Lookups kStride5 = MakeStride5Lookups();
+
 template <int Stride>
-inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t) {
+inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t readable) {
   size_t i = 0;
   if constexpr (Stride == 3) {
     for (; i + 16 <= n; i += 16) {
@@ -295,17 +326,44 @@ inline void LoadTriples(uint32_t *out, const uint8_t *in, size_t n, size_t) {
       const uint8x16x4_t w = {{t.val[0], t.val[1], t.val[2], vdupq_n_u8(0)}};
       vst4q_u8(reinterpret_cast<uint8_t *>(out + i), w);
     }
+  } else {
+    uint8x16_t idx[4];
+    for (int k = 0; k < 4; ++k) idx[k] = vld1q_u8(kStride5.load[k]);
+    for (; i + 16 <= n && 5 * i + 80 <= readable; i += 16) {
+      const uint8_t *p = in + 5 * i;
+      uint8x16_t q[5];
+      for (int k = 0; k < 5; ++k) q[k] = vld1q_u8(p + 16 * k);
+      for (int k = 0; k < 4; ++k) {
+        const uint8x16x2_t t = {{q[k], q[k + 1]}};
+        vst1q_u8(reinterpret_cast<uint8_t *>(out + i + 4 * k), vqtbl2q_u8(t, idx[k]));
+      }
+    }
   }
   LoadTriplesFrom<Stride>(i, out, in, n);
 }
+// The array holds `total` elements from `out` on (n of them written now).
 template <int Stride>
-inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t) {
+inline void StoreTriples(uint8_t *out, const uint32_t *in, size_t n, size_t total) {
   size_t i = 0;
   if constexpr (Stride == 3) {
     for (; i + 16 <= n; i += 16) {
       const uint8x16x4_t w = vld4q_u8(reinterpret_cast<const uint8_t *>(in + i));
       const uint8x16x3_t t = {{w.val[0], w.val[1], w.val[2]}};
       vst3q_u8(out + 3 * i, t);
+    }
+  } else {
+    const size_t bytes = 5 * total - 2;
+    uint8x16_t idx[5];
+    for (int j = 0; j < 5; ++j) idx[j] = vld1q_u8(kStride5.store[j]);
+    for (; i + 16 <= n && 5 * i + 80 <= bytes; i += 16) {
+      const auto *w = reinterpret_cast<const uint8_t *>(in + i);
+      uint8x16_t q[4];
+      for (int k = 0; k < 4; ++k) q[k] = vld1q_u8(w + 16 * k);
+      uint8_t *p = out + 5 * i;
+      for (int j = 0; j < 5; ++j) {
+        const uint8x16x2_t t = {{q[kStride5.base[j]], q[kStride5.base[j] + 1]}};
+        vst1q_u8(p + 16 * j, vqtbx2q_u8(vld1q_u8(p + 16 * j), t, idx[j]));
+      }
     }
   }
   StoreTriplesFrom<Stride>(i, out, in, n);
