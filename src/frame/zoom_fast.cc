@@ -95,7 +95,9 @@ constexpr bool kStream24 = false;
 // memory is what limits it: the source row sampled next (`next`, or null) is
 // fetched into the cache a stretch at a time, one row ahead of the reads. With
 // `stream` (and d aligned to the pixel size) the pixels before the first aligned
-// destination lane are stored plainly, then whole lanes by streaming stores.
+// destination lane are stored plainly, then whole lanes by streaming stores. A lane
+// reads the odd pixel after its last sample, so the lane that ends the row, whose
+// odd pixel lies past the last sample (and may lie past the source), is stored plainly.
 template <class T>
 void HalveRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, bool stream) {
   constexpr size_t kStretch = 256 / sizeof(T);  // destination pixels: 8 source lines
@@ -122,7 +124,7 @@ void HalveRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, bool 
     }
     size_t j = i;
     if (stream) {
-      for (; j + kLanePixels <= i + m; j += kLanePixels) {
+      for (; j + kLanePixels <= i + m && j + kLanePixels < n; j += kLanePixels) {
         StreamEven<T>(d + j * sizeof(T), s + 2 * j * sizeof(T));
       }
     }
