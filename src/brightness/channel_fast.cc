@@ -313,6 +313,48 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 }
 #endif
 
+#if RK_NEON
+// 3-byte pixels parted by a structure load into registers of their first, second and
+// third bytes, 16 pixels a step (a step starts at an even pixel), with their channel
+// elements as a register of the bytes (CE = 1) or as registers of their low and high
+// bytes (CE = 2); fn returns the three registers a structure store writes back as
+// pixels. Returns the pixels done.
+template <int CE, class Fn>
+int64_t Planes24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
+  int64_t i = 0;
+  for (; i + 16 <= count; i += 16) {
+    uint8x16x2_t e;
+    if constexpr (CE == 2) {
+      e = vld2q_u8(c + 2 * i);
+    } else {
+      e.val[0] = e.val[1] = vld1q_u8(c + i);
+    }
+    vst3q_u8(d + 3 * i, fn(vld3q_u8(s + 3 * i), e));
+  }
+  return i;
+}
+
+// LightChanByte16 of a pixel of a pair on 16 bytes, with the elements' low and high
+// bytes: bits 8..23 of the product v x element are (v x low) >> 8 + v x high, at most
+// 65280, one 16-bit lane; the byte saturates when its top half is above 0, or above v
+// where the element is 0x8000 or more.
+inline uint8x16_t LightPairBytes(uint8x16_t v, uint8x16_t lo, uint8x16_t hi) {
+  const uint16x8_t m0 = vsraq_n_u16(vmull_u8(vget_low_u8(v), vget_low_u8(hi)),
+                                    vmull_u8(vget_low_u8(v), vget_low_u8(lo)), 8);
+  const uint16x8_t m1 = vsraq_n_u16(vmull_high_u8(v, hi), vmull_high_u8(v, lo), 8);
+  const uint8x16_t low = vuzp1q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
+  const uint8x16_t top = vuzp2q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
+  const uint8x16_t from = vandq_u8(v, vreinterpretq_u8_s8(vshrq_n_s8(vreinterpretq_s8_u8(hi), 7)));
+  return vorrq_u8(low, vcgtq_u8(top, from));
+}
+
+// DarkleByte on 16 bytes with 8-bit elements: the high byte of each 16-bit product.
+inline uint8x16_t DarkleBytes8(uint8x16_t v, uint8x16_t c) {
+  return vuzp2q_u8(vreinterpretq_u8_u16(vmull_u8(vget_low_u8(v), vget_low_u8(c))),
+                   vreinterpretq_u8_u16(vmull_high_u8(v, c)));
+}
+#endif
+
 #if defined(__AVX2__)
 // Pixel pairs of 3 bytes as a plain byte stream, 32 pixels (three registers of 32
 // bytes) a step: each register's even and odd bytes are worked on in 16-bit lanes, the
@@ -541,6 +583,12 @@ void FastLightChanBytes(const RowArgs &r) {
     i += Stream24<2, true>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i,
                            LightPairsStream);
 #endif
+#if RK_NEON
+    i = Planes24<2>(r.d, r.s, r.c, 2 * Pairs(r), [](uint8x16x3_t p, uint8x16x2_t e) {
+      for (uint8x16_t &b : p.val) b = LightPairBytes(b, e.val[0], e.val[1]);
+      return p;
+    });
+#endif
     i += Rows24<2, false>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i, vecFn);
     for (int64_t col = i; col < 2 * Pairs(r); col += 2) ChanUnit<2>(x, col, LightChanPair);
 #else
@@ -570,9 +618,10 @@ void FastDarkleChan1615(const RowArgs &r) {
 
 void FastDarkleChan24(const RowArgs &r) {
   DarkleChan24Lone(Raw(r));
-#if defined(__AVX2__)  // with SSE2 alone the byte loop is as fast
+#if defined(__AVX2__) || RK_NEON  // with SSE2 alone the byte loop is as fast
   // Only bytes 0 and 2 of a pair's left pixel and byte 1 of its right pixel are kept:
   // in the row's bytes from a pair's start, the even ones.
+#if defined(__AVX2__)
   int64_t i = Stream24<1, false>(r.d, r.s, r.c, 2 * Pairs(r), [](__m256i b, __m256i ce, __m256i) {
     return vec::V256::Srl16<8>(vec::V256::Mullo16(vec::V256::And(b, vec::V256::Set16(0xFF)), ce));
   });
@@ -581,6 +630,17 @@ void FastDarkleChan24(const RowArgs &r) {
         using V = decltype(v);
         return V::And(vec::DarklePixBytes<V>(px, e), V::Set64(0x0000FF0000FF00FFull));
       });
+#else
+  // Bytes 0 and 2 of the even pixels, byte 1 of the odd ones.
+  const uint8x16_t even = vreinterpretq_u8_u16(vdupq_n_u16(0x00FF));
+  const int64_t i =
+      Planes24<1>(r.d, r.s, r.c, 2 * Pairs(r), [even](uint8x16x3_t p, uint8x16x2_t e) {
+        p.val[0] = vandq_u8(DarkleBytes8(p.val[0], e.val[0]), even);
+        p.val[1] = vbicq_u8(DarkleBytes8(p.val[1], e.val[0]), even);
+        p.val[2] = vandq_u8(DarkleBytes8(p.val[2], e.val[0]), even);
+        return p;
+      });
+#endif
   auto x = Chan<3, 1>(Raw(r));
   for (int64_t col = i; col < 2 * Pairs(r); ++col)
     x.Put(col, DarkleChan24PairPixel(x.Src(col), x.Chan(col), col));
