@@ -318,8 +318,10 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 // third bytes, 16 pixels a step (a step starts at an even pixel), with their channel
 // elements as a register of the bytes (CE = 1) or as registers of their low and high
 // bytes (CE = 2); fn returns the three registers a structure store writes back as
-// pixels. Returns the pixels done.
-template <int CE, class Fn>
+// pixels. With kKeyed, fn also sets a register of the pixels that keep the destination:
+// a step of such pixels alone stores nothing, a step with some blends the destination
+// in. Returns the pixels done.
+template <int CE, bool kKeyed = false, class Fn>
 int64_t Planes24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
   int64_t i = 0;
   for (; i + 16 <= count; i += 16) {
@@ -329,23 +331,37 @@ int64_t Planes24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, 
     } else {
       e.val[0] = e.val[1] = vld1q_u8(c + i);
     }
-    vst3q_u8(d + 3 * i, fn(vld3q_u8(s + 3 * i), e));
+    if constexpr (kKeyed) {
+      uint8x16_t keep;
+      uint8x16x3_t out = fn(vld3q_u8(s + 3 * i), e, keep);
+      if (vminvq_u8(keep) != 0) continue;
+      if (vmaxvq_u8(keep) != 0) {
+        const uint8x16x3_t old = vld3q_u8(d + 3 * i);
+        for (int k = 0; k < 3; ++k) out.val[k] = vbslq_u8(keep, old.val[k], out.val[k]);
+      }
+      vst3q_u8(d + 3 * i, out);
+    } else {
+      vst3q_u8(d + 3 * i, fn(vld3q_u8(s + 3 * i), e));
+    }
   }
   return i;
 }
 
-// LightChanByte16 of a pixel of a pair on 16 bytes, with the elements' low and high
-// bytes: bits 8..23 of the product v x element are (v x low) >> 8 + v x high, at most
-// 65280, one 16-bit lane; the byte saturates when its top half is above 0, or above v
-// where the element is 0x8000 or more.
-inline uint8x16_t LightPairBytes(uint8x16_t v, uint8x16_t lo, uint8x16_t hi) {
+// LightChanByte16 on 16 bytes, with the elements' low and high bytes: bits 8..23 of the
+// product v x element are (v x low) >> 8 + v x high, at most 65280, one 16-bit lane. The
+// byte saturates when its top half is above 0, or, where `above` is set (a pixel of a
+// pair whose element is 0x8000 or more), above v.
+inline uint8x16_t LightChanBytes(uint8x16_t v, uint8x16_t lo, uint8x16_t hi, uint8x16_t above) {
   const uint16x8_t m0 = vsraq_n_u16(vmull_u8(vget_low_u8(v), vget_low_u8(hi)),
                                     vmull_u8(vget_low_u8(v), vget_low_u8(lo)), 8);
   const uint16x8_t m1 = vsraq_n_u16(vmull_high_u8(v, hi), vmull_high_u8(v, lo), 8);
   const uint8x16_t low = vuzp1q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
   const uint8x16_t top = vuzp2q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
-  const uint8x16_t from = vandq_u8(v, vreinterpretq_u8_s8(vshrq_n_s8(vreinterpretq_s8_u8(hi), 7)));
-  return vorrq_u8(low, vcgtq_u8(top, from));
+  return vorrq_u8(low, vcgtq_u8(top, vandq_u8(v, above)));
+}
+// The bytes whose element's high byte has its top bit set.
+inline uint8x16_t TopSet(uint8x16_t hi) {
+  return vreinterpretq_u8_s8(vshrq_n_s8(vreinterpretq_s8_u8(hi), 7));
 }
 
 // DarkleByte on 16 bytes with 8-bit elements: the high byte of each 16-bit product.
@@ -585,7 +601,7 @@ void FastLightChanBytes(const RowArgs &r) {
 #endif
 #if RK_NEON
     i = Planes24<2>(r.d, r.s, r.c, 2 * Pairs(r), [](uint8x16x3_t p, uint8x16x2_t e) {
-      for (uint8x16_t &b : p.val) b = LightPairBytes(b, e.val[0], e.val[1]);
+      for (uint8x16_t &b : p.val) b = LightChanBytes(b, e.val[0], e.val[1], TopSet(e.val[1]));
       return p;
     });
 #endif
@@ -730,6 +746,22 @@ void FastMaskLightChan24(const RowArgs &r) {
   // Pairs with no key or two are LightChan24's pairs.
   i = KeyedStream24<2>(r.d, r.s, r.c, 2 * Pairs(r), r.b, LightPairsStream,
                        [&](int64_t at) { lightRows(at, kMixed24); });
+#endif
+#if RK_NEON
+  // A pixel whose partner is the key is drawn alone: the left pixel's element, unsigned.
+  const uint8x16_t kb = vdupq_n_u8(r.b & 0xFF), kg = vdupq_n_u8(r.b >> 8 & 0xFF),
+                   kr = vdupq_n_u8(r.b >> 16 & 0xFF);
+  i = Planes24<2, true>(
+      r.d, r.s, r.c, 2 * Pairs(r), [=](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep) {
+        keep = vandq_u8(vandq_u8(vceqq_u8(p.val[0], kb), vceqq_u8(p.val[1], kg)),
+                        vceqq_u8(p.val[2], kr));
+        const uint8x16_t alone = vbicq_u8(vrev16q_u8(keep), keep);
+        const uint8x16_t lo = vbslq_u8(alone, vtrn1q_u8(e.val[0], e.val[0]), e.val[0]);
+        const uint8x16_t hi = vbslq_u8(alone, vtrn1q_u8(e.val[1], e.val[1]), e.val[1]);
+        const uint8x16_t above = vbicq_u8(TopSet(hi), alone);
+        for (uint8x16_t &b : p.val) b = LightChanBytes(b, lo, hi, above);
+        return p;
+      });
 #endif
   i += lightRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2)
