@@ -318,9 +318,9 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 // third bytes, 16 pixels a step (a step starts at an even pixel), with their channel
 // elements as a register of the bytes (CE = 1) or as registers of their low and high
 // bytes (CE = 2); fn returns the three registers a structure store writes back as
-// pixels. With kKeyed, fn also sets a register of the pixels that keep the destination:
-// a step of such pixels alone stores nothing, a step with some blends the destination
-// in. Returns the pixels done.
+// pixels. With kKeyed, fn (also given the step's first pixel) sets a register of the
+// pixels that keep the destination: a step of such pixels alone stores nothing, a step
+// with some blends the destination in. Returns the pixels done.
 template <int CE, bool kKeyed = false, class Fn>
 int64_t Planes24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
   int64_t i = 0;
@@ -333,7 +333,7 @@ int64_t Planes24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, 
     }
     if constexpr (kKeyed) {
       uint8x16_t keep;
-      uint8x16x3_t out = fn(vld3q_u8(s + 3 * i), e, keep);
+      uint8x16x3_t out = fn(vld3q_u8(s + 3 * i), e, keep, i);
       if (vminvq_u8(keep) != 0) continue;
       if (vmaxvq_u8(keep) != 0) {
         const uint8x16x3_t old = vld3q_u8(d + 3 * i);
@@ -359,6 +359,28 @@ inline uint8x16_t LightChanBytes(uint8x16_t v, uint8x16_t lo, uint8x16_t hi, uin
   const uint8x16_t top = vuzp2q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
   return vorrq_u8(low, vcgtq_u8(top, vandq_u8(v, above)));
 }
+// The key's three bytes, each over a register, and the pixels of 16 that are the key.
+struct KeyPlanes {
+  uint8x16_t b, g, r;
+  explicit KeyPlanes(uint32_t key)
+      : b(vdupq_n_u8(key & 0xFF)),
+        g(vdupq_n_u8(key >> 8 & 0xFF)),
+        r(vdupq_n_u8(key >> 16 & 0xFF)) {}
+  uint8x16_t Of(const uint8x16x3_t &p) const {
+    return vandq_u8(vandq_u8(vceqq_u8(p.val[0], b), vceqq_u8(p.val[1], g)), vceqq_u8(p.val[2], r));
+  }
+};
+
+// The bits of the left pixels of the pairs of 16 pixels that `pairs` marks (both lanes
+// of a pair alike), bit 2j for pair j.
+inline uint64_t LeftPixelBits(uint8x16_t pairs) {
+  static constexpr uint8_t kBit[8] = {1, 2, 4, 8, 16, 32, 64, 128};
+  uint64_t m = vaddv_u8(vand_u8(vmovn_u16(vreinterpretq_u16_u8(pairs)), vld1_u8(kBit)));
+  m = (m | m << 4) & 0x0F0F;
+  m = (m | m << 2) & 0x3333;
+  return (m | m << 1) & 0x5555;
+}
+
 // The bytes whose element's high byte has its top bit set.
 inline uint8x16_t TopSet(uint8x16_t hi) {
   return vreinterpretq_u8_s8(vshrq_n_s8(vreinterpretq_s8_u8(hi), 7));
@@ -749,12 +771,10 @@ void FastMaskLightChan24(const RowArgs &r) {
 #endif
 #if RK_NEON
   // A pixel whose partner is the key is drawn alone: the left pixel's element, unsigned.
-  const uint8x16_t kb = vdupq_n_u8(r.b & 0xFF), kg = vdupq_n_u8(r.b >> 8 & 0xFF),
-                   kr = vdupq_n_u8(r.b >> 16 & 0xFF);
+  const KeyPlanes key(r.b);
   i = Planes24<2, true>(
-      r.d, r.s, r.c, 2 * Pairs(r), [=](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep) {
-        keep = vandq_u8(vandq_u8(vceqq_u8(p.val[0], kb), vceqq_u8(p.val[1], kg)),
-                        vceqq_u8(p.val[2], kr));
+      r.d, r.s, r.c, 2 * Pairs(r), [=](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
+        keep = key.Of(p);
         const uint8x16_t alone = vbicq_u8(vrev16q_u8(keep), keep);
         const uint8x16_t lo = vbslq_u8(alone, vtrn1q_u8(e.val[0], e.val[0]), e.val[0]);
         const uint8x16_t hi = vbslq_u8(alone, vtrn1q_u8(e.val[1], e.val[1]), e.val[1]);
@@ -1076,6 +1096,17 @@ void FastMaskDarkleChan24(const RowArgs &r) {
 #elif defined(__AVX2__)
   i = KeyedStream24<1>(r.d, r.s, r.c, 2 * Pairs(r), r.b, vec::DarkleBytes<vec::V256>,
                        [&](int64_t at) { darkleRows(at, kMixed24); });
+#elif RK_NEON
+  const KeyPlanes key(r.b);
+  i = Planes24<1, true>(r.d, r.s, r.c, std::min(2 * Pairs(r), kNoted),
+                        [&](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t at) {
+                          const uint8x16_t k = key.Of(p), kp = vrev16q_u8(k);
+                          keep = vorrq_u8(k, kp);
+                          if (const uint8x16_t one = veorq_u8(k, kp); vmaxvq_u8(one) != 0)
+                            note(at, LeftPixelBits(one));
+                          for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
+                          return p;
+                        });
 #endif
   i += darkleRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2) {
