@@ -267,13 +267,12 @@ inline uint64_t Lanes32(uint64_t bytes) {
 // 4-byte pixels in whole registers from the left: each register of pixels becomes
 // fn(V{}, pixels, elements (ElemsPix), first pixel). When kKeyed, fn returns a Kept
 // register and the lanes it keeps are not stored (AVX-512: a masked store). Loaded
-// before stored, so the destination may be the source. Returns the pixels done: none
-// with NEON, where the plain loops are faster (four elements a register widen poorly).
+// before stored, so the destination may be the source. Returns the pixels done. (NEON
+// runs such rows in byte planes instead: four elements a register widen poorly.)
 template <int CE, bool kKeyed, class Fn>
 int64_t Rows32(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
   constexpr int kN = VB::kBytes / 4;
   int64_t i = 0;
-  if constexpr (RK_NEON) return 0;
   for (; i + kN <= count; i += kN) {
     auto out = fn(VB{}, VB::Load(s + 4 * i), vec::ElemsPix<VB, CE>(c + CE * i), i);
     uint8_t *p = d + 4 * i;
@@ -314,15 +313,23 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 #endif
 
 #if RK_NEON
-// 3-byte pixels parted by a structure load into registers of their first, second and
-// third bytes, 16 pixels a step (a step starts at an even pixel), with their channel
-// elements as a register of the bytes (CE = 1) or as registers of their low and high
-// bytes (CE = 2); fn returns the three registers a structure store writes back as
-// pixels. With kKeyed, fn (also given the step's first pixel) sets a register of the
-// pixels that keep the destination: a step of such pixels alone stores nothing, a step
-// with some blends the destination in. Returns the pixels done.
-template <int CE, bool kKeyed = false, class Fn>
-int64_t Planes24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
+// 3- or 4-byte pixels parted by a structure load into registers of their first,
+// second, third (and fourth) bytes, 16 pixels a step (a step starts at an even pixel),
+// with their channel elements as a register of the bytes (CE = 1) or as registers of
+// their low and high bytes (CE = 2); fn returns the registers a structure store writes
+// back as pixels. With kKeyed, fn (also given the step's first pixel) sets a register
+// of the pixels that keep the destination: a step of such pixels alone stores nothing,
+// a step with some blends the destination in. Returns the pixels done.
+template <int Bpp>
+using PlanesOf = std::conditional_t<Bpp == 3, uint8x16x3_t, uint8x16x4_t>;
+inline uint8x16x3_t LoadPlanes(const uint8_t *p, uint8x16x3_t) { return vld3q_u8(p); }
+inline uint8x16x4_t LoadPlanes(const uint8_t *p, uint8x16x4_t) { return vld4q_u8(p); }
+inline void StorePlanes(uint8_t *p, uint8x16x3_t v) { vst3q_u8(p, v); }
+inline void StorePlanes(uint8_t *p, uint8x16x4_t v) { vst4q_u8(p, v); }
+
+template <int Bpp, int CE, bool kKeyed = false, class Fn>
+int64_t Planes(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
+  using P = PlanesOf<Bpp>;
   int64_t i = 0;
   for (; i + 16 <= count; i += 16) {
     uint8x16x2_t e;
@@ -333,15 +340,15 @@ int64_t Planes24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, 
     }
     if constexpr (kKeyed) {
       uint8x16_t keep;
-      uint8x16x3_t out = fn(vld3q_u8(s + 3 * i), e, keep, i);
+      P out = fn(LoadPlanes(s + Bpp * i, P{}), e, keep, i);
       if (vminvq_u8(keep) != 0) continue;
       if (vmaxvq_u8(keep) != 0) {
-        const uint8x16x3_t old = vld3q_u8(d + 3 * i);
-        for (int k = 0; k < 3; ++k) out.val[k] = vbslq_u8(keep, old.val[k], out.val[k]);
+        const P old = LoadPlanes(d + Bpp * i, P{});
+        for (int k = 0; k < Bpp; ++k) out.val[k] = vbslq_u8(keep, old.val[k], out.val[k]);
       }
-      vst3q_u8(d + 3 * i, out);
+      StorePlanes(d + Bpp * i, out);
     } else {
-      vst3q_u8(d + 3 * i, fn(vld3q_u8(s + 3 * i), e));
+      StorePlanes(d + Bpp * i, fn(LoadPlanes(s + Bpp * i, P{}), e));
     }
   }
   return i;
@@ -366,7 +373,8 @@ struct KeyPlanes {
       : b(vdupq_n_u8(key & 0xFF)),
         g(vdupq_n_u8(key >> 8 & 0xFF)),
         r(vdupq_n_u8(key >> 16 & 0xFF)) {}
-  uint8x16_t Of(const uint8x16x3_t &p) const {
+  template <class P>
+  uint8x16_t Of(const P &p) const {
     return vandq_u8(vandq_u8(vceqq_u8(p.val[0], b), vceqq_u8(p.val[1], g)), vceqq_u8(p.val[2], r));
   }
 };
@@ -384,6 +392,21 @@ inline uint64_t LeftPixelBits(uint8x16_t pairs) {
 // The bytes whose element's high byte has its top bit set.
 inline uint8x16_t TopSet(uint8x16_t hi) {
   return vreinterpretq_u8_s8(vshrq_n_s8(vreinterpretq_s8_u8(hi), 7));
+}
+
+// The Light members' pairs of 16 pixels: the colour bytes of a pixel of two drawn ones
+// with its own element as a signed factor; a pixel whose partner is the key is drawn
+// alone, with the left pixel's element, unsigned; with a key, key pixels are kept. The
+// fourth byte comes out 0.
+template <class P>
+inline P LightPairPlanes(P p, uint8x16x2_t e, uint8x16_t keys) {
+  const uint8x16_t alone = vbicq_u8(vrev16q_u8(keys), keys);
+  const uint8x16_t lo = vbslq_u8(alone, vtrn1q_u8(e.val[0], e.val[0]), e.val[0]);
+  const uint8x16_t hi = vbslq_u8(alone, vtrn1q_u8(e.val[1], e.val[1]), e.val[1]);
+  const uint8x16_t above = vbicq_u8(TopSet(hi), alone);
+  for (int k = 0; k < 3; ++k) p.val[k] = LightChanBytes(p.val[k], lo, hi, above);
+  if constexpr (sizeof(P) == 64) p.val[3] = vdupq_n_u8(0);
+  return p;
 }
 
 // DarkleByte on 16 bytes with 8-bit elements: the high byte of each 16-bit product.
@@ -622,9 +645,8 @@ void FastLightChanBytes(const RowArgs &r) {
                            LightPairsStream);
 #endif
 #if RK_NEON
-    i = Planes24<2>(r.d, r.s, r.c, 2 * Pairs(r), [](uint8x16x3_t p, uint8x16x2_t e) {
-      for (uint8x16_t &b : p.val) b = LightChanBytes(b, e.val[0], e.val[1], TopSet(e.val[1]));
-      return p;
+    i = Planes<3, 2>(r.d, r.s, r.c, 2 * Pairs(r), [](uint8x16x3_t p, uint8x16x2_t e) {
+      return LightPairPlanes(p, e, vdupq_n_u8(0));
     });
 #endif
     i += Rows24<2, false>(r.d + 3 * i, r.s + 3 * i, r.c + 2 * i, 2 * Pairs(r) - i, vecFn);
@@ -633,7 +655,11 @@ void FastLightChanBytes(const RowArgs &r) {
     Pairs24<2>(r, [](uint32_t v, uint32_t c, int64_t) { return LightChanByte16(v, c, true); });
 #endif
   } else {
-#if defined(RK_CHAN_VEC)
+#if RK_NEON
+    i = Planes<4, 2>(r.d, r.s, r.c, 2 * Pairs(r), [](uint8x16x4_t p, uint8x16x2_t e) {
+      return LightPairPlanes(p, e, vdupq_n_u8(0));
+    });
+#elif defined(RK_CHAN_VEC)
     i = Rows32<2, false>(r.d, r.s, r.c, 2 * Pairs(r), vecFn);
 #endif
     MapRowChan<4, 2>(r.d + 4 * i, r.s + 4 * i, r.c + 2 * i, Pairs(r) * 2 - i,
@@ -672,7 +698,7 @@ void FastDarkleChan24(const RowArgs &r) {
   // Bytes 0 and 2 of the even pixels, byte 1 of the odd ones.
   const uint8x16_t even = vreinterpretq_u8_u16(vdupq_n_u16(0x00FF));
   const int64_t i =
-      Planes24<1>(r.d, r.s, r.c, 2 * Pairs(r), [even](uint8x16x3_t p, uint8x16x2_t e) {
+      Planes<3, 1>(r.d, r.s, r.c, 2 * Pairs(r), [even](uint8x16x3_t p, uint8x16x2_t e) {
         p.val[0] = vandq_u8(DarkleBytes8(p.val[0], e.val[0]), even);
         p.val[1] = vbicq_u8(DarkleBytes8(p.val[1], e.val[0]), even);
         p.val[2] = vandq_u8(DarkleBytes8(p.val[2], e.val[0]), even);
@@ -691,9 +717,16 @@ void FastDarkleChan24(const RowArgs &r) {
 void FastDarkleChan32(const RowArgs &r) {
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
+#if RK_NEON
+  i = Planes<4, 1>(r.d, r.s, r.c, r.w, [](uint8x16x4_t p, uint8x16x2_t e) {
+    for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
+    return p;
+  });
+#else
   i = Rows32<1, false>(r.d, r.s, r.c, r.w, [](auto v, auto px, auto e, int64_t) {
     return vec::DarklePixBytes<decltype(v)>(px, e);
   });
+#endif
 #endif
   MapRowChan<4, 1>(r.d + 4 * i, r.s + 4 * i, r.c + i, r.w - i,
                    [](uint32_t px, uint32_t c) { return DarkleChan4(px, c); });
@@ -772,16 +805,11 @@ void FastMaskLightChan24(const RowArgs &r) {
 #if RK_NEON
   // A pixel whose partner is the key is drawn alone: the left pixel's element, unsigned.
   const KeyPlanes key(r.b);
-  i = Planes24<2, true>(
-      r.d, r.s, r.c, 2 * Pairs(r), [=](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
-        keep = key.Of(p);
-        const uint8x16_t alone = vbicq_u8(vrev16q_u8(keep), keep);
-        const uint8x16_t lo = vbslq_u8(alone, vtrn1q_u8(e.val[0], e.val[0]), e.val[0]);
-        const uint8x16_t hi = vbslq_u8(alone, vtrn1q_u8(e.val[1], e.val[1]), e.val[1]);
-        const uint8x16_t above = vbicq_u8(TopSet(hi), alone);
-        for (uint8x16_t &b : p.val) b = LightChanBytes(b, lo, hi, above);
-        return p;
-      });
+  i = Planes<3, 2, true>(r.d, r.s, r.c, 2 * Pairs(r),
+                         [=](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
+                           keep = key.Of(p);
+                           return LightPairPlanes(p, e, keep);
+                         });
 #endif
   i += lightRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2)
@@ -803,9 +831,18 @@ void FastMaskLightChan32(const RowArgs &r) {
   if (r.w & 1) KeyedLone<4>(Chan<4, 2>(Raw(r)), r.w - 1, r.b, LightChanLone);
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
+#if RK_NEON
+  const KeyPlanes key(r.b);
+  i = Planes<4, 2, true>(r.d, r.s, r.c, 2 * Pairs(r),
+                         [=](uint8x16x4_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
+                           keep = key.Of(p);
+                           return LightPairPlanes(p, e, keep);
+                         });
+#else
   i = Rows32<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto v, auto px, auto e, int64_t) {
     return MaskLightPairsVec<decltype(v)>(px, e, key);
   });
+#endif
 #endif
   KeyedPairs32<true, 2>(r.d + 4 * i, r.s + 4 * i, r.c + 2 * i, Pairs(r) - i / 2, r.b,
                         [](uint32_t px, uint32_t cAlone, uint32_t c, bool both) {
@@ -1098,15 +1135,15 @@ void FastMaskDarkleChan24(const RowArgs &r) {
                        [&](int64_t at) { darkleRows(at, kMixed24); });
 #elif RK_NEON
   const KeyPlanes key(r.b);
-  i = Planes24<1, true>(r.d, r.s, r.c, std::min(2 * Pairs(r), kNoted),
-                        [&](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t at) {
-                          const uint8x16_t k = key.Of(p), kp = vrev16q_u8(k);
-                          keep = vorrq_u8(k, kp);
-                          if (const uint8x16_t one = veorq_u8(k, kp); vmaxvq_u8(one) != 0)
-                            note(at, LeftPixelBits(one));
-                          for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
-                          return p;
-                        });
+  i = Planes<3, 1, true>(r.d, r.s, r.c, std::min(2 * Pairs(r), kNoted),
+                         [&](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t at) {
+                           const uint8x16_t k = key.Of(p), kp = vrev16q_u8(k);
+                           keep = vorrq_u8(k, kp);
+                           if (const uint8x16_t one = veorq_u8(k, kp); vmaxvq_u8(one) != 0)
+                             note(at, LeftPixelBits(one));
+                           for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
+                           return p;
+                         });
 #endif
   i += darkleRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2) {
@@ -1200,12 +1237,23 @@ void FastMaskDarkleChan32(const RowArgs &r) {
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
   // A pixel drawn alone (its partner the key) writes its fourth byte as 0.
+#if RK_NEON
+  const KeyPlanes key(r.b);
+  i = Planes<4, 1, true>(r.d, r.s, r.c, 2 * Pairs(r),
+                         [=](uint8x16x4_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
+                           keep = key.Of(p);
+                           for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
+                           p.val[3] = vbicq_u8(p.val[3], vrev16q_u8(keep));
+                           return p;
+                         });
+#else
   i = Rows32<1, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto tag, auto px, auto e, int64_t) {
     using V = decltype(tag);
     auto k = vec::KeyMask32<V>(px, key), kp = V::SwapPairs32(k);
     auto v = vec::DarklePixBytes<V>(px, e);
     return vec::Kept<V>{V::Select(kp, V::And(v, V::Set32(kColourBytes)), v), k};
   });
+#endif
 #endif
   KeyedPairs32<false, 1>(r.d + 4 * i, r.s + 4 * i, r.c + i, Pairs(r) - i / 2, r.b,
                          [](uint32_t px, uint32_t, uint32_t c, bool both) {
