@@ -11,6 +11,7 @@
 #include "brightness/channel_vec.h"
 #include "brightness/fast_loops.h"
 #include "module/fast.h"
+#include "module/planes.h"
 
 #if RK_REGISTERS
 // The register forms of channel_vec.h run at this level (AVX-512BW, AVX2, SSE2 or NEON).
@@ -320,16 +321,9 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 // back as pixels. With kKeyed, fn (also given the step's first pixel) sets a register
 // of the pixels that keep the destination: a step of such pixels alone stores nothing,
 // a step with some blends the destination in. Returns the pixels done.
-template <int Bpp>
-using PlanesOf = std::conditional_t<Bpp == 3, uint8x16x3_t, uint8x16x4_t>;
-inline uint8x16x3_t LoadPlanes(const uint8_t *p, uint8x16x3_t) { return vld3q_u8(p); }
-inline uint8x16x4_t LoadPlanes(const uint8_t *p, uint8x16x4_t) { return vld4q_u8(p); }
-inline void StorePlanes(uint8_t *p, uint8x16x3_t v) { vst3q_u8(p, v); }
-inline void StorePlanes(uint8_t *p, uint8x16x4_t v) { vst4q_u8(p, v); }
-
 template <int Bpp, int CE, bool kKeyed = false, class Fn>
 int64_t Planes(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
-  using P = PlanesOf<Bpp>;
+  using P = planes::Of<Bpp>;
   int64_t i = 0;
   for (; i + 16 <= count; i += 16) {
     uint8x16x2_t e;
@@ -340,15 +334,15 @@ int64_t Planes(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
     }
     if constexpr (kKeyed) {
       uint8x16_t keep;
-      P out = fn(LoadPlanes(s + Bpp * i, P{}), e, keep, i);
+      P out = fn(planes::Load(s + Bpp * i, P{}), e, keep, i);
       if (vminvq_u8(keep) != 0) continue;
       if (vmaxvq_u8(keep) != 0) {
-        const P old = LoadPlanes(d + Bpp * i, P{});
+        const P old = planes::Load(d + Bpp * i, P{});
         for (int k = 0; k < Bpp; ++k) out.val[k] = vbslq_u8(keep, old.val[k], out.val[k]);
       }
-      StorePlanes(d + Bpp * i, out);
+      planes::Store(d + Bpp * i, out);
     } else {
-      StorePlanes(d + Bpp * i, fn(LoadPlanes(s + Bpp * i, P{}), e));
+      planes::Store(d + Bpp * i, fn(planes::Load(s + Bpp * i, P{}), e));
     }
   }
   return i;
@@ -366,19 +360,6 @@ inline uint8x16_t LightChanBytes(uint8x16_t v, uint8x16_t lo, uint8x16_t hi, uin
   const uint8x16_t top = vuzp2q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
   return vorrq_u8(low, vcgtq_u8(top, vandq_u8(v, above)));
 }
-// The key's three bytes, each over a register, and the pixels of 16 that are the key.
-struct KeyPlanes {
-  uint8x16_t b, g, r;
-  explicit KeyPlanes(uint32_t key)
-      : b(vdupq_n_u8(key & 0xFF)),
-        g(vdupq_n_u8(key >> 8 & 0xFF)),
-        r(vdupq_n_u8(key >> 16 & 0xFF)) {}
-  template <class P>
-  uint8x16_t Of(const P &p) const {
-    return vandq_u8(vandq_u8(vceqq_u8(p.val[0], b), vceqq_u8(p.val[1], g)), vceqq_u8(p.val[2], r));
-  }
-};
-
 // The bits of the left pixels of the pairs of 16 pixels that `pairs` marks (both lanes
 // of a pair alike), bit 2j for pair j.
 inline uint64_t LeftPixelBits(uint8x16_t pairs) {
@@ -400,7 +381,7 @@ inline uint8x16_t TopSet(uint8x16_t hi) {
 // fourth byte comes out 0.
 template <class P>
 inline P LightPairPlanes(P p, uint8x16x2_t e, uint8x16_t keys) {
-  const uint8x16_t alone = vbicq_u8(vrev16q_u8(keys), keys);
+  const uint8x16_t alone = planes::Alone(keys);
   const uint8x16_t lo = vbslq_u8(alone, vtrn1q_u8(e.val[0], e.val[0]), e.val[0]);
   const uint8x16_t hi = vbslq_u8(alone, vtrn1q_u8(e.val[1], e.val[1]), e.val[1]);
   const uint8x16_t above = vbicq_u8(TopSet(hi), alone);
@@ -804,7 +785,7 @@ void FastMaskLightChan24(const RowArgs &r) {
 #endif
 #if RK_NEON
   // A pixel whose partner is the key is drawn alone: the left pixel's element, unsigned.
-  const KeyPlanes key(r.b);
+  const planes::Key key(r.b);
   i = Planes<3, 2, true>(r.d, r.s, r.c, 2 * Pairs(r),
                          [=](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
                            keep = key.Of(p);
@@ -832,7 +813,7 @@ void FastMaskLightChan32(const RowArgs &r) {
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
 #if RK_NEON
-  const KeyPlanes key(r.b);
+  const planes::Key key(r.b);
   i = Planes<4, 2, true>(r.d, r.s, r.c, 2 * Pairs(r),
                          [=](uint8x16x4_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
                            keep = key.Of(p);
@@ -1134,7 +1115,7 @@ void FastMaskDarkleChan24(const RowArgs &r) {
   i = KeyedStream24<1>(r.d, r.s, r.c, 2 * Pairs(r), r.b, vec::DarkleBytes<vec::V256>,
                        [&](int64_t at) { darkleRows(at, kMixed24); });
 #elif RK_NEON
-  const KeyPlanes key(r.b);
+  const planes::Key key(r.b);
   i = Planes<3, 1, true>(r.d, r.s, r.c, std::min(2 * Pairs(r), kNoted),
                          [&](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t at) {
                            const uint8x16_t k = key.Of(p), kp = vrev16q_u8(k);
@@ -1238,12 +1219,12 @@ void FastMaskDarkleChan32(const RowArgs &r) {
 #if defined(RK_CHAN_VEC)
   // A pixel drawn alone (its partner the key) writes its fourth byte as 0.
 #if RK_NEON
-  const KeyPlanes key(r.b);
+  const planes::Key key(r.b);
   i = Planes<4, 1, true>(r.d, r.s, r.c, 2 * Pairs(r),
                          [=](uint8x16x4_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
                            keep = key.Of(p);
                            for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
-                           p.val[3] = vbicq_u8(p.val[3], vrev16q_u8(keep));
+                           p.val[3] = vbicq_u8(p.val[3], planes::Alone(keep));
                            return p;
                          });
 #else

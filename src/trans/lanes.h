@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "module/planes.h"
 #include "module/registers.h"
 #include "trans/blend.h"
 
@@ -358,6 +359,50 @@ inline int32_t Pixels24Lanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int
 
 #else
 #define RK_TRANS_LANES24 0
+#endif
+
+#if RK_NEON
+// ByteBlend on 16 bytes, the weights of bytes 0..7 in w0 and of 8..15 in w1: the
+// difference in 16 bits, times the weight, its high byte added to the destination.
+inline uint8x16_t BlendBytes(uint8x16_t s, uint8x16_t d, uint16x8_t w0, uint16x8_t w1) {
+  const uint16x8_t p0 = vmulq_u16(vsubl_u8(vget_low_u8(s), vget_low_u8(d)), w0);
+  const uint16x8_t p1 = vmulq_u16(vsubl_high_u8(s, d), w1);
+  return vaddq_u8(d, vuzp2q_u8(vreinterpretq_u8_u16(p0), vreinterpretq_u8_u16(p1)));
+}
+
+// Pixels [0, n) of a 24/32-bit pixel walk in byte planes, 16 pixels a step from column
+// 0: every byte blended with its pixel's weight, the uniform one or its channel byte, 0
+// for a key pixel (which so keeps its destination); at 32 bits a pixel whose partner is
+// the key gets 0 in its fourth byte.
+template <int Bpp, class Mode>
+inline int32_t PixelsPlanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a,
+                            uint32_t b) {
+  using P = planes::Of<Bpp>;
+  [[maybe_unused]] const planes::Key key(b);
+  const uint16x8_t uniform = vdupq_n_u16(static_cast<uint16_t>(a));
+  int32_t j = 0;
+  for (; j + 16 <= n; j += 16) {
+    const P sv = planes::Load(s + Bpp * j, P{});
+    P dv = planes::Load(d + Bpp * j, P{});
+    uint16x8_t w0 = uniform, w1 = uniform;
+    if constexpr (Mode::kChannel) {
+      const uint8x16_t cv = vld1q_u8(c + j);
+      w0 = vmovl_u8(vget_low_u8(cv));
+      w1 = vmovl_high_u8(cv);
+    }
+    [[maybe_unused]] uint8x16_t k;
+    if constexpr (Mode::kKeyed) {
+      k = key.Of(sv);
+      const int8x16_t ks = vreinterpretq_s8_u8(k);
+      w0 = vbicq_u16(w0, vreinterpretq_u16_s16(vmovl_s8(vget_low_s8(ks))));
+      w1 = vbicq_u16(w1, vreinterpretq_u16_s16(vmovl_high_s8(ks)));
+    }
+    for (int q = 0; q < Bpp; ++q) dv.val[q] = BlendBytes(sv.val[q], dv.val[q], w0, w1);
+    if constexpr (Mode::kKeyed && Bpp == 4) dv.val[3] = vbicq_u8(dv.val[3], planes::Alone(k));
+    planes::Store(d + Bpp * j, dv);
+  }
+  return j;
+}
 #endif
 
 // Bytes [0, n) with one weight.

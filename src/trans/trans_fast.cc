@@ -111,6 +111,8 @@ template <class Mode>
 void Pixels24(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
 #if RK_TRANS_LANES && RK_TRANS_LANES24
   Past<3, Mode>(Pixels24Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
+#elif RK_NEON
+  Past<3, Mode>(PixelsPlanes<3, Mode>(d, s, c, n, a, b), d, s, c, n);
 #endif
   const auto k0 = static_cast<uint8_t>(b), k1 = static_cast<uint8_t>(b >> 8),
              k2 = static_cast<uint8_t>(b >> 16);
@@ -144,8 +146,16 @@ void RowPix24(const RowArgs &a) {
 template <class Mode>
 void Pairs32(uint8_t *d, const uint8_t *s, const uint8_t *c, int32_t n, uint32_t a, uint32_t b) {
   const uint64_t key = b & kColourBytes, uniform = (a & 0xFFFF) * 0x0001000100010001ull;
-#if RK_TRANS_LANES
-  if constexpr (kLanesFor<Mode>) Past<4, Mode>(Pairs32Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
+#if RK_NEON
+  // The channel's rows in byte planes; the uniform rows with a key keep the 16-bit lanes,
+  // which counted a little faster than the planes' four-register structure moves.
+  if constexpr (Mode::kChannel) {
+    Past<4, Mode>(PixelsPlanes<4, Mode>(d, s, c, n, a, b), d, s, c, n);
+  } else {
+    Past<4, Mode>(Pairs32Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
+  }
+#elif RK_TRANS_LANES
+  Past<4, Mode>(Pairs32Lanes<Mode>(d, s, c, n, a, b), d, s, c, n);
 #endif
   uint16_t w[2 * kBlock], keep[2 * kBlock];  // per 16-bit lane
   auto *wq = reinterpret_cast<uint8_t *>(w), *kq = reinterpret_cast<uint8_t *>(keep);
