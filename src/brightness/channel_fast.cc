@@ -9,6 +9,7 @@
 
 #include "brightness/channel_units.h"
 #include "brightness/channel_vec.h"
+#include "brightness/fast_lanes.h"
 #include "brightness/fast_loops.h"
 #include "module/fast.h"
 #include "module/planes.h"
@@ -314,65 +315,27 @@ int64_t Rows24(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn
 #endif
 
 #if RK_NEON
-// 3- or 4-byte pixels parted by a structure load into registers of their first,
-// second, third (and fourth) bytes, 16 pixels a step (a step starts at an even pixel),
-// with their channel elements as a register of the bytes (CE = 1) or as registers of
-// their low and high bytes (CE = 2); fn returns the registers a structure store writes
-// back as pixels. With kKeyed, fn (also given the step's first pixel) sets a register
-// of the pixels that keep the destination: a step of such pixels alone stores nothing,
-// a step with some blends the destination in. Returns the pixels done.
+// The rows of 3- or 4-byte pixels in byte planes (planes::Steps) with their channel
+// elements as a register of the bytes (CE = 1) or as registers of their low and high
+// bytes (CE = 2): fn(planes, elements) gives the planes to store; with kKeyed,
+// fn(planes, elements, keep, first pixel) also sets the pixels that keep the destination.
+template <int CE>
+inline uint8x16x2_t Elements(const uint8_t *c) {
+  if constexpr (CE == 2) return vld2q_u8(c);
+  const uint8x16_t e = vld1q_u8(c);
+  return {{e, e}};
+}
 template <int Bpp, int CE, bool kKeyed = false, class Fn>
 int64_t Planes(uint8_t *d, const uint8_t *s, const uint8_t *c, int64_t count, Fn fn) {
   using P = planes::Of<Bpp>;
-  int64_t i = 0;
-  for (; i + 16 <= count; i += 16) {
-    uint8x16x2_t e;
-    if constexpr (CE == 2) {
-      e = vld2q_u8(c + 2 * i);
-    } else {
-      e.val[0] = e.val[1] = vld1q_u8(c + i);
-    }
-    if constexpr (kKeyed) {
-      uint8x16_t keep;
-      P out = fn(planes::Load(s + Bpp * i, P{}), e, keep, i);
-      if (vminvq_u8(keep) != 0) continue;
-      if (vmaxvq_u8(keep) != 0) {
-        const P old = planes::Load(d + Bpp * i, P{});
-        for (int k = 0; k < Bpp; ++k) out.val[k] = vbslq_u8(keep, old.val[k], out.val[k]);
-      }
-      planes::Store(d + Bpp * i, out);
-    } else {
-      planes::Store(d + Bpp * i, fn(planes::Load(s + Bpp * i, P{}), e));
-    }
+  if constexpr (kKeyed) {
+    return planes::Steps<Bpp, true>(d, s, count, [&](P p, int64_t i, uint8x16_t &keep) {
+      return fn(p, Elements<CE>(c + CE * i), keep, i);
+    });
+  } else {
+    return planes::Steps<Bpp, false>(
+        d, s, count, [&](P p, int64_t i) { return fn(p, Elements<CE>(c + CE * i)); });
   }
-  return i;
-}
-
-// LightChanByte16 on 16 bytes, with the elements' low and high bytes: bits 8..23 of the
-// product v x element are (v x low) >> 8 + v x high, at most 65280, one 16-bit lane. The
-// byte saturates when its top half is above 0, or, where `above` is set (a pixel of a
-// pair whose element is 0x8000 or more), above v.
-inline uint8x16_t LightChanBytes(uint8x16_t v, uint8x16_t lo, uint8x16_t hi, uint8x16_t above) {
-  const uint16x8_t m0 = vsraq_n_u16(vmull_u8(vget_low_u8(v), vget_low_u8(hi)),
-                                    vmull_u8(vget_low_u8(v), vget_low_u8(lo)), 8);
-  const uint16x8_t m1 = vsraq_n_u16(vmull_high_u8(v, hi), vmull_high_u8(v, lo), 8);
-  const uint8x16_t low = vuzp1q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
-  const uint8x16_t top = vuzp2q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
-  return vorrq_u8(low, vcgtq_u8(top, vandq_u8(v, above)));
-}
-// The bits of the left pixels of the pairs of 16 pixels that `pairs` marks (both lanes
-// of a pair alike), bit 2j for pair j.
-inline uint64_t LeftPixelBits(uint8x16_t pairs) {
-  static constexpr uint8_t kBit[8] = {1, 2, 4, 8, 16, 32, 64, 128};
-  uint64_t m = vaddv_u8(vand_u8(vmovn_u16(vreinterpretq_u16_u8(pairs)), vld1_u8(kBit)));
-  m = (m | m << 4) & 0x0F0F;
-  m = (m | m << 2) & 0x3333;
-  return (m | m << 1) & 0x5555;
-}
-
-// The bytes whose element's high byte has its top bit set.
-inline uint8x16_t TopSet(uint8x16_t hi) {
-  return vreinterpretq_u8_s8(vshrq_n_s8(vreinterpretq_s8_u8(hi), 7));
 }
 
 // The Light members' pairs of 16 pixels: the colour bytes of a pixel of two drawn ones
@@ -384,17 +347,12 @@ inline P LightPairPlanes(P p, uint8x16x2_t e, uint8x16_t keys) {
   const uint8x16_t alone = planes::Alone(keys);
   const uint8x16_t lo = vbslq_u8(alone, vtrn1q_u8(e.val[0], e.val[0]), e.val[0]);
   const uint8x16_t hi = vbslq_u8(alone, vtrn1q_u8(e.val[1], e.val[1]), e.val[1]);
-  const uint8x16_t above = vbicq_u8(TopSet(hi), alone);
-  for (int k = 0; k < 3; ++k) p.val[k] = LightChanBytes(p.val[k], lo, hi, above);
+  const uint8x16_t above = vbicq_u8(simd::TopSet(hi), alone);
+  for (int k = 0; k < 3; ++k) p.val[k] = simd::SatBytes(p.val[k], lo, hi, above);
   if constexpr (sizeof(P) == 64) p.val[3] = vdupq_n_u8(0);
   return p;
 }
 
-// DarkleByte on 16 bytes with 8-bit elements: the high byte of each 16-bit product.
-inline uint8x16_t DarkleBytes8(uint8x16_t v, uint8x16_t c) {
-  return vuzp2q_u8(vreinterpretq_u8_u16(vmull_u8(vget_low_u8(v), vget_low_u8(c))),
-                   vreinterpretq_u8_u16(vmull_high_u8(v, c)));
-}
 #endif
 
 #if defined(__AVX2__)
@@ -680,9 +638,9 @@ void FastDarkleChan24(const RowArgs &r) {
   const uint8x16_t even = vreinterpretq_u8_u16(vdupq_n_u16(0x00FF));
   const int64_t i =
       Planes<3, 1>(r.d, r.s, r.c, 2 * Pairs(r), [even](uint8x16x3_t p, uint8x16x2_t e) {
-        p.val[0] = vandq_u8(DarkleBytes8(p.val[0], e.val[0]), even);
-        p.val[1] = vbicq_u8(DarkleBytes8(p.val[1], e.val[0]), even);
-        p.val[2] = vandq_u8(DarkleBytes8(p.val[2], e.val[0]), even);
+        p.val[0] = vandq_u8(simd::DarkleBytes8(p.val[0], e.val[0]), even);
+        p.val[1] = vbicq_u8(simd::DarkleBytes8(p.val[1], e.val[0]), even);
+        p.val[2] = vandq_u8(simd::DarkleBytes8(p.val[2], e.val[0]), even);
         return p;
       });
 #endif
@@ -700,7 +658,7 @@ void FastDarkleChan32(const RowArgs &r) {
 #if defined(RK_CHAN_VEC)
 #if RK_NEON
   i = Planes<4, 1>(r.d, r.s, r.c, r.w, [](uint8x16x4_t p, uint8x16x2_t e) {
-    for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
+    for (uint8x16_t &b : p.val) b = simd::DarkleBytes8(b, e.val[0]);
     return p;
   });
 #else
@@ -1121,8 +1079,8 @@ void FastMaskDarkleChan24(const RowArgs &r) {
                            const uint8x16_t k = key.Of(p), kp = vrev16q_u8(k);
                            keep = vorrq_u8(k, kp);
                            if (const uint8x16_t one = veorq_u8(k, kp); vmaxvq_u8(one) != 0)
-                             note(at, LeftPixelBits(one));
-                           for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
+                             note(at, planes::LeftPixelBits(one));
+                           for (uint8x16_t &b : p.val) b = simd::DarkleBytes8(b, e.val[0]);
                            return p;
                          });
 #endif
@@ -1223,7 +1181,7 @@ void FastMaskDarkleChan32(const RowArgs &r) {
   i = Planes<4, 1, true>(r.d, r.s, r.c, 2 * Pairs(r),
                          [=](uint8x16x4_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
                            keep = key.Of(p);
-                           for (uint8x16_t &b : p.val) b = DarkleBytes8(b, e.val[0]);
+                           for (uint8x16_t &b : p.val) b = simd::DarkleBytes8(b, e.val[0]);
                            p.val[3] = vbicq_u8(p.val[3], planes::Alone(keep));
                            return p;
                          });

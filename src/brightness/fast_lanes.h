@@ -151,6 +151,48 @@ inline int64_t MapVectors(uint8_t *d, const uint8_t *s, int64_t bytes, Fn fn) {
 }
 #endif  // RK_REGISTERS
 
+#if RK_NEON
+// The byte formulas on registers of 16 bytes with a factor per byte, as the NEON rows
+// in byte planes (module/planes.h) hold them: a 16-bit factor as registers of its low
+// and high bytes.
+
+// Bits 8..23 of each byte's product with its factor, (v x low) >> 8 + v x high: at most
+// 65280, in 16-bit lanes (bytes 0..7 in m0, 8..15 in m1).
+struct Products {
+  uint16x8_t m0, m1;
+  Products(uint8x16_t v, uint8x16_t lo, uint8x16_t hi)
+      : m0(vsraq_n_u16(vmull_u8(vget_low_u8(v), vget_low_u8(hi)),
+                       vmull_u8(vget_low_u8(v), vget_low_u8(lo)), 8)),
+        m1(vsraq_n_u16(vmull_high_u8(v, hi), vmull_high_u8(v, lo), 8)) {}
+  uint8x16_t Low() const {  // bits 8..15
+    return vuzp1q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
+  }
+  uint8x16_t Top() const {  // bits 16..23
+    return vuzp2q_u8(vreinterpretq_u8_u16(m0), vreinterpretq_u8_u16(m1));
+  }
+};
+
+// SatByte, and where `above` is set LightChanByte16 of a pixel of a pair with a factor
+// of 0x8000 or more: the byte saturates when bits 16..23 are above 0, or above v.
+inline uint8x16_t SatBytes(uint8x16_t v, uint8x16_t lo, uint8x16_t hi, uint8x16_t above) {
+  const Products m(v, lo, hi);
+  return vorrq_u8(m.Low(), vcgtq_u8(m.Top(), vandq_u8(v, above)));
+}
+// DarkleByte with a 16-bit factor: bits 8..15 of the product.
+inline uint8x16_t DarkleBytes(uint8x16_t v, uint8x16_t lo, uint8x16_t hi) {
+  return Products(v, lo, hi).Low();
+}
+// DarkleByte with an 8-bit factor: the high byte of each 16-bit product.
+inline uint8x16_t DarkleBytes8(uint8x16_t v, uint8x16_t c) {
+  return vuzp2q_u8(vreinterpretq_u8_u16(vmull_u8(vget_low_u8(v), vget_low_u8(c))),
+                   vreinterpretq_u8_u16(vmull_high_u8(v, c)));
+}
+// The bytes whose factor's high byte has its top bit set (0x8000 or more).
+inline uint8x16_t TopSet(uint8x16_t hi) {
+  return vreinterpretq_u8_s8(vshrq_n_s8(vreinterpretq_s8_u8(hi), 7));
+}
+#endif
+
 }  // namespace simd
 }  // namespace bright
 RK_NS_END

@@ -380,9 +380,7 @@ inline int32_t PixelsPlanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int3
   using P = planes::Of<Bpp>;
   [[maybe_unused]] const planes::Key key(b);
   const uint16x8_t uniform = vdupq_n_u16(static_cast<uint16_t>(a));
-  int32_t j = 0;
-  for (; j + 16 <= n; j += 16) {
-    const P sv = planes::Load(s + Bpp * j, P{});
+  return static_cast<int32_t>(planes::Steps<Bpp, false>(d, s, n, [&](const P &sv, int64_t j) {
     P dv = planes::Load(d + Bpp * j, P{});
     uint16x8_t w0 = uniform, w1 = uniform;
     if constexpr (Mode::kChannel) {
@@ -399,9 +397,8 @@ inline int32_t PixelsPlanes(uint8_t *d, const uint8_t *s, const uint8_t *c, int3
     }
     for (int q = 0; q < Bpp; ++q) dv.val[q] = BlendBytes(sv.val[q], dv.val[q], w0, w1);
     if constexpr (Mode::kKeyed && Bpp == 4) dv.val[3] = vbicq_u8(dv.val[3], planes::Alone(k));
-    planes::Store(d + Bpp * j, dv);
-  }
-  return j;
+    return dv;
+  }));
 }
 #endif
 
