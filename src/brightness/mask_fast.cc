@@ -7,12 +7,21 @@
 #include "brightness/fast_loops.h"
 #include "brightness/fast_rows.h"
 #include "brightness/units.h"
+#include "module/planes.h"
 
 RK_NS_BEGIN
 namespace bright {
 namespace {
 
 Row<RawMem> Raw(const RowArgs &r) { return Row<RawMem>{r, {}, {}, {}}; }
+
+#if RK_NEON
+// The level's low and high bytes over registers, the factor of the byte formulas on planes.
+struct LevelBytes {
+  uint8x16_t lo, hi;
+  explicit LevelBytes(uint32_t s) : lo(vdupq_n_u8(s & 0xFF)), hi(vdupq_n_u8(s >> 8 & 0xFF)) {}
+};
+#endif
 
 // Depths 16 and 15: the row's right end through the shared steps, then the groups of
 // four as one keyed loop (a group of four keys rewritten unchanged is invisible here).
@@ -63,7 +72,19 @@ void FastMaskLight24(const RowArgs &r) {
   uint32_t s = r.a;
   MaskLone24(Raw(r), [s](uint32_t v) { return SatByte(v, s); });
   int64_t done = 0;
-#if RK_REGISTERS && !RK_NEON  // with NEON the plain pairs are faster
+#if RK_NEON
+  // 16 pixels a step in byte planes; the key pixels keep the destination.
+  const planes::Key key(Key24(r));
+  const LevelBytes level(s);
+  done = planes::Steps<3, true>(r.d, r.s, 2 * Pairs(r),
+                                [&](uint8x16x3_t p, int64_t, uint8x16_t &keep) {
+                                  keep = key.Of(p);
+                                  for (uint8x16_t &b : p.val)
+                                    b = simd::SatBytes(b, level.lo, level.hi, vdupq_n_u8(0));
+                                  return p;
+                                }) /
+         2;
+#elif RK_REGISTERS
   // Whole blocks of pairs, the last one ending with the last pair: every byte of a
   // non-key pixel drawn.
   uint8_t *const dst = r.d;
@@ -140,7 +161,8 @@ void FastMaskDarkle32(const RowArgs &r) {
 // right. Those bytes lie right of their pair, on pairs the walk draws before it or
 // past the row, so this is the walk's result. Where the level has vectors the pairs go
 // in blocks (the keys found again only in a row that has such a pair); elsewhere in
-// chunks of the plain loops, from the right.
+// chunks of the plain loops, from the right, with NEON the chunks left of the last whole
+// 16-pixel step in byte planes.
 void FastMaskDarkle24(const RowArgs &r) {
   Row<RawMem> raw = Raw(r);
   uint32_t s = r.a;
@@ -183,9 +205,15 @@ void FastMaskDarkle24(const RowArgs &r) {
     misplaced(one(simd::KeyPixels24<0>(simd::R::Load(src + o), pattern)), o, 0);
   }
 #else
+  // With NEON the pairs of whole 16-pixel steps from the left go in byte planes, after
+  // the chunks right of them: the chunks' misplaced bytes lie right of their pairs.
+  int64_t planed = 0;
+#if RK_NEON
+  planed = 2 * h / 16 * 8;
+#endif
   uint8_t one[kPairs24 + 8];
-  for (int64_t hi = h; hi > 0; hi -= kPairs24) {
-    int64_t lo = hi > kPairs24 ? hi - kPairs24 : 0;
+  for (int64_t hi = h; hi > planed; hi -= kPairs24) {
+    int64_t lo = std::max(hi - kPairs24, planed);
     auto n = static_cast<size_t>(std::clamp<int64_t>(hi - lo, 0, kPairs24));  // 1..kPairs24
     // The chunks go leftwards, which the hardware's stream detection follows poorly:
     // the next chunk's source and destination lines are asked for now.
@@ -206,6 +234,27 @@ void FastMaskDarkle24(const RowArgs &r) {
       }
     }
   }
+#if RK_NEON
+  // The steps' pairs of two non-key pixels at their places (a pair with a key keeps its
+  // destination), then the misplaced bytes of the pairs with one key, from the right.
+  const planes::Key key(Key24(r));
+  const LevelBytes level(s);
+  bool anyOne = false;
+  planes::Steps<3, true>(r.d, r.s, 2 * planed, [&](uint8x16x3_t p, int64_t, uint8x16_t &keep) {
+    const uint8x16_t k = key.Of(p), kp = vrev16q_u8(k);
+    keep = vorrq_u8(k, kp);
+    anyOne = anyOne || vmaxvq_u8(veorq_u8(k, kp)) != 0;
+    for (uint8x16_t &b : p.val) b = simd::DarkleBytes(b, level.lo, level.hi);
+    return p;
+  });
+  for (int64_t at = 2 * planed - 16; anyOne && at >= 0; at -= 16) {
+    const uint8x16_t k = key.Of(vld3q_u8(r.s + 3 * at));
+    for (uint64_t left = planes::LeftPixelBits(veorq_u8(k, vrev16q_u8(k))); left != 0;
+         left &= ~(uint64_t{3} << (63 - std::countl_zero(left)))) {
+      MaskDarkle24Pair(raw, (at + 63 - std::countl_zero(left)) / 2 + 1, false);
+    }
+  }
+#endif
 #endif
 }
 
