@@ -115,7 +115,18 @@ void FastMaskLight32(const RowArgs &r) {
   auto f = [s](uint32_t v) { return SatByte(v, s); };
   MaskLone32(Raw(r), f);
   int64_t n = Pairs(r) * 8, done = 0;
-#if RK_REGISTERS
+#if RK_NEON
+  const planes::Key key(Key24(r));
+  const LevelBytes level(s);
+  done = 4 * planes::Steps<4, true>(
+                 r.d, r.s, 2 * Pairs(r), [&](uint8x16x4_t p, int64_t, uint8x16_t &keep) {
+                   keep = key.Of(p);
+                   for (int k = 0; k < 3; ++k)
+                     p.val[k] = simd::SatBytes(p.val[k], level.lo, level.hi, vdupq_n_u8(0));
+                   p.val[3] = vdupq_n_u8(0);
+                   return p;
+                 });
+#elif RK_REGISTERS
   simd::V key = simd::R::Set32(Key24(r)), colour = simd::R::Set32(kColourBytes),
           sv = simd::R::Set16(s);
   done = simd::EachVector(n, [&](int64_t o) {
@@ -136,7 +147,19 @@ void FastMaskDarkle32(const RowArgs &r) {
     return DarkleByte2(px & 0xFFFF, s) | DarkleByte2(px >> 16, s) << 16;
   };
   int64_t done = 0;
-#if RK_REGISTERS
+#if RK_NEON
+  // A key pixel keeps the destination; a pixel whose partner is the key loses byte 3.
+  const planes::Key keys(key);
+  const LevelBytes level(s);
+  done = 4 * planes::Steps<4, true>(r.d, r.s, 2 * Pairs(r),
+                                    [&](uint8x16x4_t p, int64_t, uint8x16_t &keep) {
+                                      keep = keys.Of(p);
+                                      for (uint8x16_t &b : p.val)
+                                        b = simd::DarkleBytes(b, level.lo, level.hi);
+                                      p.val[3] = vbicq_u8(p.val[3], planes::Alone(keep));
+                                      return p;
+                                    });
+#elif RK_REGISTERS
   // A key pixel keeps the destination; a pixel whose partner is the key loses byte 3.
   simd::V kv = simd::R::Set32(key), colour = simd::R::Set32(kColourBytes), sv = simd::R::Set16(s),
           top = simd::R::Set32(0xFF000000u);
