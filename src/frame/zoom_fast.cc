@@ -97,8 +97,10 @@ constexpr bool kStream24 = false;
 // fetched into the cache a stretch at a time, one row ahead of the reads. With
 // `stream` (and d aligned to the pixel size) the pixels before the first aligned
 // destination lane are stored plainly, then whole lanes by streaming stores. A lane
-// reads the odd pixel after its last sample, so the lane that ends the row, whose
-// odd pixel lies past the last sample (and may lie past the source), is stored plainly.
+// reads the odd pixel after its last sample, which for the lane that ends the row lies
+// past the last sample (and may lie past the source): that lane's source pixels are
+// copied out first, with a 0 in that place. (Storing that lane plainly instead would
+// mix plain and streaming stores in one line, which costs dearly.)
 template <class T>
 void HalveRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, bool stream) {
   constexpr size_t kStretch = 256 / sizeof(T);  // destination pixels: 8 source lines
@@ -125,8 +127,15 @@ void HalveRow(uint8_t *d, const uint8_t *s, const uint8_t *next, size_t n, bool 
     }
     size_t j = i;
     if (stream) {
-      for (; j + kLanePixels <= i + m && j + kLanePixels < n; j += kLanePixels) {
-        StreamEven<T>(d + j * sizeof(T), s + 2 * j * sizeof(T));
+      for (; j + kLanePixels <= i + m; j += kLanePixels) {
+        const uint8_t *from = s + 2 * j * sizeof(T);
+        alignas(64) uint8_t last[2 * kLane];
+        if (j + kLanePixels == n) {
+          std::memcpy(last, from, 2 * kLane - sizeof(T));
+          std::memset(last + 2 * kLane - sizeof(T), 0, sizeof(T));
+          from = last;
+        }
+        StreamEven<T>(d + j * sizeof(T), from);
       }
     }
     plain(j, i + m);
