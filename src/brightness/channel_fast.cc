@@ -353,6 +353,16 @@ inline P LightPairPlanes(P p, uint8x16x2_t e, uint8x16_t keys) {
   return p;
 }
 
+// The pairs of a keyed Light row in byte planes; returns the pixels done.
+template <int Bpp>
+int64_t MaskLightPlanes(const RowArgs &r) {
+  const planes::Key key(r.b);
+  return Planes<Bpp, 2, true>(r.d, r.s, r.c, 2 * Pairs(r),
+                              [=](planes::Of<Bpp> p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
+                                keep = key.Of(p);
+                                return LightPairPlanes(p, e, keep);
+                              });
+}
 #endif
 
 #if defined(__AVX2__)
@@ -742,13 +752,7 @@ void FastMaskLightChan24(const RowArgs &r) {
                        [&](int64_t at) { lightRows(at, kMixed24); });
 #endif
 #if RK_NEON
-  // A pixel whose partner is the key is drawn alone: the left pixel's element, unsigned.
-  const planes::Key key(r.b);
-  i = Planes<3, 2, true>(r.d, r.s, r.c, 2 * Pairs(r),
-                         [=](uint8x16x3_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
-                           keep = key.Of(p);
-                           return LightPairPlanes(p, e, keep);
-                         });
+  i = MaskLightPlanes<3>(r);
 #endif
   i += lightRows(i, 2 * Pairs(r) - i);
   for (int64_t col = i; col < 2 * Pairs(r); col += 2)
@@ -771,12 +775,7 @@ void FastMaskLightChan32(const RowArgs &r) {
   int64_t i = 0;
 #if defined(RK_CHAN_VEC)
 #if RK_NEON
-  const planes::Key key(r.b);
-  i = Planes<4, 2, true>(r.d, r.s, r.c, 2 * Pairs(r),
-                         [=](uint8x16x4_t p, uint8x16x2_t e, uint8x16_t &keep, int64_t) {
-                           keep = key.Of(p);
-                           return LightPairPlanes(p, e, keep);
-                         });
+  i = MaskLightPlanes<4>(r);
 #else
   i = Rows32<2, true>(r.d, r.s, r.c, 2 * Pairs(r), [key = r.b](auto v, auto px, auto e, int64_t) {
     return MaskLightPairsVec<decltype(v)>(px, e, key);
