@@ -57,8 +57,8 @@ struct V : reg::R {
 
 using VT = V::T;
 
-// Whether a row of Mode runs the register bodies. With NEON only the keyed rows do:
-// the compiler's own loops are as fast or faster for the others there.
+// Whether a 16/15-bit row of Mode runs the register bodies. With NEON only the keyed
+// rows do: the compiler's own loops are as fast or faster for the others there.
 template <class Mode>
 inline constexpr bool kLanesFor = !RK_NEON || Mode::kKeyed;
 
